@@ -1,0 +1,133 @@
+#!/usr/bin/env bash
+# Telvor's one entry point for developers and CI.
+#
+#   ./run.sh test      install missing packages, build, run the whole suite (ctest)
+#   ./run.sh demo      build and show the telvor-nodes tool on the sample catalogue
+#   ./run.sh bench     build and run the benchmarks with their summary
+#   ./run.sh sanitize  the suite again, built with AddressSanitizer and UBSan (clang)
+#   ./run.sh tsan      the concurrency tests under ThreadSanitizer (clang)
+#   ./run.sh install-check  install into a scratch prefix and build the consumer example
+#   ./run.sh fuzz SECONDS   build the fuzzers and run each for SECONDS
+#   ./run.sh deps      only install the packages
+#
+# Environment: CXX picks the compiler for `test` (g++ by default); JOBS the build
+# parallelism (the number of cores by default); BUILD_ROOT where builds go (./build).
+set -euo pipefail
+cd "$(dirname "$0")"
+
+ROOT=$(pwd)
+BUILD_ROOT=${BUILD_ROOT:-$ROOT/build}
+JOBS=${JOBS:-$(nproc)}
+
+PACKAGES=(cmake ninja-build pkg-config g++ clang-14 libclang-rt-14-dev
+  libutf8proc-dev libboost-json1.81-dev libplist-dev python3
+  libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libsimdjson-dev
+  libdcmtk-dev dcmtk openssl valgrind)
+
+deps() {
+  local missing=()
+  for p in "${PACKAGES[@]}"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  if [ "$(id -u)" -ne 0 ]; then
+    echo "Missing packages. Run as root, or install them with:" >&2
+    echo "  sudo apt-get install -y ${missing[*]}" >&2
+    exit 1
+  fi
+  echo "Installing: ${missing[*]}"
+  export DEBIAN_FRONTEND=noninteractive
+  apt-get update -qq
+  apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# configure DIR [cmake args...]
+configure() {
+  local dir=$1; shift
+  cmake -S "$ROOT" -B "$dir" -G Ninja "$@" >/dev/null
+}
+
+build() { cmake --build "$1" --parallel "$JOBS"; }
+
+suite() { (cd "$1" && ctest --output-on-failure --parallel "$JOBS" "${@:2}"); }
+
+cmd_test() {
+  deps
+  local dir=$BUILD_ROOT/${BUILD_NAME:-default}
+  configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}"
+  build "$dir"
+  suite "$dir"
+}
+
+cmd_sanitize() {
+  deps
+  local dir=$BUILD_ROOT/asan
+  configure "$dir" -DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_BUILD_TYPE=Debug \
+    -DTELVOR_SANITIZE=address,undefined
+  build "$dir"
+  ASAN_OPTIONS=halt_on_error=1:detect_leaks=1:abort_on_error=1 \
+    UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 suite "$dir"
+}
+
+cmd_tsan() {
+  deps
+  local dir=$BUILD_ROOT/tsan
+  configure "$dir" -DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_BUILD_TYPE=Debug -DTELVOR_SANITIZE=thread
+  build "$dir"
+  TSAN_OPTIONS=halt_on_error=1 suite "$dir" -R "${TSAN_TESTS:-Concurrency|Palette}"
+}
+
+cmd_install_check() {
+  deps
+  local dir=$BUILD_ROOT/install-check prefix=$BUILD_ROOT/install-check/prefix
+  configure "$dir/lib" -DCMAKE_INSTALL_PREFIX="$prefix" -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=OFF
+  build "$dir/lib"
+  cmake --install "$dir/lib" >/dev/null
+  cmake -S "$ROOT/examples/consumer" -B "$dir/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+  build "$dir/consumer"
+  LD_LIBRARY_PATH="$prefix/lib:${LD_LIBRARY_PATH:-}" "$dir/consumer/telvor-consumer"
+}
+
+cmd_demo() {
+  deps
+  local dir=$BUILD_ROOT/default
+  configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}"
+  build "$dir" >/dev/null
+  local tool=$dir/tools/telvor-nodes
+  echo "\$ telvor-nodes list"
+  "$tool" list
+  echo
+  echo "\$ telvor-nodes convert --to json examples/nodes.plist   (first node shown)"
+  "$tool" convert --to json examples/nodes.plist | head -n 40
+}
+
+cmd_bench() {
+  deps
+  local dir=$BUILD_ROOT/bench
+  configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}" -DCMAKE_BUILD_TYPE=Release -DTELVOR_BUILD_BENCH=ON \
+    -DTELVOR_BUILD_TESTS=OFF
+  build "$dir"
+  "$dir/bench/telvor-bench" "$@"
+}
+
+cmd_fuzz() {
+  deps
+  local seconds=${1:-30}
+  local dir=$BUILD_ROOT/fuzz
+  configure "$dir" -DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTELVOR_BUILD_FUZZ=ON \
+    -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=OFF -DBUILD_SHARED_LIBS=OFF
+  build "$dir"
+  FUZZ_BUILD=$dir "$ROOT/fuzz/run.sh" "$seconds"
+}
+
+case "${1:-}" in
+  test) cmd_test ;;
+  demo) cmd_demo ;;
+  bench) shift; cmd_bench "$@" ;;
+  sanitize) cmd_sanitize ;;
+  tsan) cmd_tsan ;;
+  install-check) cmd_install_check ;;
+  fuzz) shift; cmd_fuzz "$@" ;;
+  deps) deps ;;
+  *) sed -n '2,15p' "$0" | sed 's/^# \{0,1\}//'; exit 2 ;;
+esac

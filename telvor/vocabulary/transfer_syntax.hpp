@@ -1,0 +1,124 @@
+// TransferSyntax: the DICOM transfer syntaxes an application can propose to a node.
+//
+// A coded enumeration with every operation: rawValue, fromRawValue, allCases, id, title,
+// equality, hashing and the coded form (the bare code). Codes run from -1
+// (EXS_Unknown, an ordinary case) to 41, one below the declaration position.
+//
+//   auto ts = telvor::TransferSyntax::EXS_LittleEndianExplicit;
+//   telvor::rawValue(ts);                              // 2
+//   telvor::title(ts);                                 // "Explicit VR Little Endian"
+//   telvor::fromRawValue<telvor::TransferSyntax>(42);  // std::nullopt
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+#include "telvor/coding/coded_enum.hpp"
+
+namespace telvor {
+
+enum class TransferSyntax : std::int64_t {
+  EXS_Unknown = -1,
+  EXS_LittleEndianImplicit = 0,
+  EXS_BigEndianImplicit = 1,
+  EXS_LittleEndianExplicit = 2,
+  EXS_BigEndianExplicit = 3,
+  EXS_JPEGProcess1 = 4,
+  EXS_JPEGProcess2_4 = 5,
+  EXS_JPEGProcess3_5 = 6,
+  EXS_JPEGProcess6_8 = 7,
+  EXS_JPEGProcess7_9 = 8,
+  EXS_JPEGProcess10_12 = 9,
+  EXS_JPEGProcess11_13 = 10,
+  EXS_JPEGProcess14 = 11,
+  EXS_JPEGProcess15 = 12,
+  EXS_JPEGProcess16_18 = 13,
+  EXS_JPEGProcess17_19 = 14,
+  EXS_JPEGProcess20_22 = 15,
+  EXS_JPEGProcess21_23 = 16,
+  EXS_JPEGProcess24_26 = 17,
+  EXS_JPEGProcess25_27 = 18,
+  EXS_JPEGProcess28 = 19,
+  EXS_JPEGProcess29 = 20,
+  EXS_JPEGProcess14SV1 = 21,
+  EXS_RLELossless = 22,
+  EXS_DeflatedLittleEndianExplicit = 23,
+  EXS_JPEGLSLossless = 24,
+  EXS_JPEGLSLossy = 25,
+  EXS_JPEG2000LosslessOnly = 26,
+  EXS_JPEG2000 = 27,
+  EXS_JPEG2000MulticomponentLosslessOnly = 28,
+  EXS_JPEG2000Multicomponent = 29,
+  EXS_JPIPReferenced = 30,
+  EXS_JPIPReferencedDeflate = 31,
+  EXS_MPEG2MainProfileAtMainLevel = 32,
+  EXS_MPEG2MainProfileAtHighLevel = 33,
+  EXS_MPEG4HighProfileLevel4_1 = 34,
+  EXS_MPEG4BDcompatibleHighProfileLevel4_1 = 35,
+  EXS_MPEG4HighProfileLevel4_2_For2DVideo = 36,
+  EXS_MPEG4HighProfileLevel4_2_For3DVideo = 37,
+  EXS_MPEG4StereoHighProfileLevel4_2 = 38,
+  EXS_HEVCMainProfileLevel5_1 = 39,
+  EXS_HEVCMain10ProfileLevel5_1 = 40,
+  EXS_PrivateGE_LEI_WithBigEndianPixelData = 41,
+};
+
+struct TransferSyntaxRow {
+  TransferSyntax value;
+  std::string_view title;
+};
+
+template <>
+struct EnumTraits<TransferSyntax> {
+  static constexpr std::string_view name = "TransferSyntax";
+  static constexpr EnumFeatures features{.allCases = true, .id = true, .title = true, .codable = true};
+  // Declaration order; the titles are the library's display texts, character for character.
+  static constexpr std::array<TransferSyntaxRow, 43> rows{{
+      {TransferSyntax::EXS_Unknown, "Unknown"},
+      {TransferSyntax::EXS_LittleEndianImplicit, "Implicit VR Little Endian"},
+      {TransferSyntax::EXS_BigEndianImplicit, "Implicit VR Big Endian"},
+      {TransferSyntax::EXS_LittleEndianExplicit, "Explicit VR Little Endian"},
+      {TransferSyntax::EXS_BigEndianExplicit, "Explicit VR Big Endian"},
+      {TransferSyntax::EXS_JPEGProcess1, "JPEG Baseline (lossy)"},
+      {TransferSyntax::EXS_JPEGProcess2_4, "JPEG Extended Sequential (lossy, 8/12 bit)"},
+      {TransferSyntax::EXS_JPEGProcess3_5, "JPEG Extended Sequential (lossy, 8/12 bit), arithmetic coding"},
+      {TransferSyntax::EXS_JPEGProcess6_8, "JPEG Spectral Selection, Non-Hierarchical (lossy, 8/12 bit)"},
+      {TransferSyntax::EXS_JPEGProcess7_9, "JPEG Spectral Selection, Non-Hierarchical (lossy, 8/12 bit), arithmetic coding"},
+      {TransferSyntax::EXS_JPEGProcess10_12, "JPEG Full Progression, Non-Hierarchical (lossy, 8/12 bit)"},
+      {TransferSyntax::EXS_JPEGProcess11_13, "JPEG Full Progression, Non-Hierarchical (lossy, 8/12 bit), arithmetic coding"},
+      {TransferSyntax::EXS_JPEGProcess14, "JPEG Lossless with any selection value"},
+      {TransferSyntax::EXS_JPEGProcess15, "JPEG Lossless with any selection value, arithmetic coding"},
+      {TransferSyntax::EXS_JPEGProcess16_18, "JPEG Extended Sequential, Hierarchical (lossy, 8/12 bit)"},
+      {TransferSyntax::EXS_JPEGProcess17_19, "JPEG Extended Sequential, Hierarchical (lossy, 8/12 bit), arithmetic coding"},
+      {TransferSyntax::EXS_JPEGProcess20_22, "JPEG Spectral Selection, Hierarchical (lossy, 8/12 bit)"},
+      {TransferSyntax::EXS_JPEGProcess21_23, "JPEG Spectral Selection, Hierarchical (lossy, 8/12 bit), arithmetic coding"},
+      {TransferSyntax::EXS_JPEGProcess24_26, "JPEG Full Progression, Hierarchical (lossy, 8/12 bit)"},
+      {TransferSyntax::EXS_JPEGProcess25_27, "JPEG Full Progression, Hierarchical (lossy, 8/12 bit), arithmetic coding"},
+      {TransferSyntax::EXS_JPEGProcess28, "JPEG Lossless, Hierarchical"},
+      {TransferSyntax::EXS_JPEGProcess29, "JPEG Lossless, Hierarchical, arithmetic coding"},
+      {TransferSyntax::EXS_JPEGProcess14SV1, "JPEG Lossless, Selection Value 1"},
+      {TransferSyntax::EXS_RLELossless, "Run Length Encoding (lossless)"},
+      {TransferSyntax::EXS_DeflatedLittleEndianExplicit, "Deflated Explicit VR Little Endian"},
+      {TransferSyntax::EXS_JPEGLSLossless, "JPEG-LS (lossless)"},
+      {TransferSyntax::EXS_JPEGLSLossy, "JPEG-LS (lossless or near-lossless mode)"},
+      {TransferSyntax::EXS_JPEG2000LosslessOnly, "JPEG 2000 (lossless)"},
+      {TransferSyntax::EXS_JPEG2000, "JPEG 2000 (lossless or lossy)"},
+      {TransferSyntax::EXS_JPEG2000MulticomponentLosslessOnly, "JPEG 2000 part 2 multi-component extensions (lossless)"},
+      {TransferSyntax::EXS_JPEG2000Multicomponent, "JPEG 2000 part 2 multi-component extensions (lossless or lossy)"},
+      {TransferSyntax::EXS_JPIPReferenced, "JPIP Referenced"},
+      {TransferSyntax::EXS_JPIPReferencedDeflate, "JPIP Referenced Deflate"},
+      {TransferSyntax::EXS_MPEG2MainProfileAtMainLevel, "MPEG2 Main Profile at Main Level"},
+      {TransferSyntax::EXS_MPEG2MainProfileAtHighLevel, "MPEG2 Main Profile at High Level"},
+      {TransferSyntax::EXS_MPEG4HighProfileLevel4_1, "MPEG4 High Profile / Level 4.1"},
+      {TransferSyntax::EXS_MPEG4BDcompatibleHighProfileLevel4_1, "MPEG4 BD-compatible High Profile / Level 4.1"},
+      {TransferSyntax::EXS_MPEG4HighProfileLevel4_2_For2DVideo, "MPEG4 High Profile / Level 4.2 For 2D Video"},
+      {TransferSyntax::EXS_MPEG4HighProfileLevel4_2_For3DVideo, "MPEG4 High Profile / Level 4.2 For 3D Video"},
+      {TransferSyntax::EXS_MPEG4StereoHighProfileLevel4_2, "MPEG4 Stereo High Profile / Level 4.2"},
+      {TransferSyntax::EXS_HEVCMainProfileLevel5_1, "HEVC/H.265 Main Profile / Level 5.1"},
+      {TransferSyntax::EXS_HEVCMain10ProfileLevel5_1, "HEVC/H.265 Main 10 Profile / Level 5.1"},
+      {TransferSyntax::EXS_PrivateGE_LEI_WithBigEndianPixelData, "Private GE Little Endian Implicit with big endian pixel data"},
+  }};
+};
+
+}  // namespace telvor
