@@ -1,0 +1,123 @@
+#include "telvor/coding/property_dictionary.hpp"
+
+namespace telvor {
+
+// --- PropertyOther ---------------------------------------------------------------------
+
+PropertyOther::PropertyOther(double real) : content_(real) {}
+PropertyOther::PropertyOther(PropertyDate date) : content_(date) {}
+PropertyOther::PropertyOther(Data bytes) : content_(std::move(bytes)) {}
+PropertyOther::PropertyOther(std::uint64_t unsignedInteger) : content_(unsignedInteger) {}
+PropertyOther::PropertyOther(Array list) : content_(std::move(list)) {}
+PropertyOther::PropertyOther(PropertyDictionary dictionary)
+    : content_(std::make_unique<PropertyDictionary>(std::move(dictionary))) {}
+
+namespace {
+template <class Content>
+Content deepCopy(const Content& content) {
+  return std::visit(
+      [](const auto& v) -> Content {
+        using V = std::decay_t<decltype(v)>;
+        if constexpr (std::is_same_v<V, std::unique_ptr<PropertyDictionary>>) {
+          return std::make_unique<PropertyDictionary>(*v);
+        } else {
+          return v;
+        }
+      },
+      content);
+}
+}  // namespace
+
+PropertyOther::PropertyOther(const PropertyOther& other) : content_(deepCopy(other.content_)) {}
+PropertyOther& PropertyOther::operator=(const PropertyOther& other) {
+  if (this != &other) content_ = deepCopy(other.content_);
+  return *this;
+}
+PropertyOther::PropertyOther(PropertyOther&&) noexcept = default;
+PropertyOther& PropertyOther::operator=(PropertyOther&&) noexcept = default;
+PropertyOther::~PropertyOther() = default;
+
+const double* PropertyOther::real() const noexcept { return std::get_if<double>(&content_); }
+const PropertyDate* PropertyOther::date() const noexcept { return std::get_if<PropertyDate>(&content_); }
+const PropertyOther::Data* PropertyOther::data() const noexcept { return std::get_if<Data>(&content_); }
+const std::uint64_t* PropertyOther::unsignedInteger() const noexcept {
+  return std::get_if<std::uint64_t>(&content_);
+}
+const PropertyOther::Array* PropertyOther::array() const noexcept { return std::get_if<Array>(&content_); }
+const PropertyDictionary* PropertyOther::dictionary() const noexcept {
+  const auto* p = std::get_if<std::unique_ptr<PropertyDictionary>>(&content_);
+  return p ? p->get() : nullptr;
+}
+
+bool operator==(const PropertyOther& a, const PropertyOther& b) {
+  if (a.content_.index() != b.content_.index()) return false;
+  if (const auto* da = a.dictionary()) return *da == *b.dictionary();
+  return a.content_ == b.content_;
+}
+
+// --- PropertyValue ---------------------------------------------------------------------
+
+PropertyValue PropertyValue::text(std::string value) { return PropertyValue(Content(std::move(value))); }
+PropertyValue PropertyValue::integer(std::int64_t value) noexcept { return PropertyValue(Content(Integer{value})); }
+PropertyValue PropertyValue::boolean(bool value) noexcept { return PropertyValue(Content(value)); }
+PropertyValue PropertyValue::numberObject(std::int64_t value) noexcept {
+  return PropertyValue(Content(NumberObject{value}));
+}
+PropertyValue PropertyValue::other(PropertyOther value) { return PropertyValue(Content(std::move(value))); }
+
+PropertyValue::Kind PropertyValue::kind() const noexcept { return static_cast<Kind>(content_.index()); }
+
+const std::string* PropertyValue::textValue() const noexcept { return std::get_if<std::string>(&content_); }
+
+std::optional<std::int64_t> PropertyValue::integerValue() const noexcept {
+  if (const auto* v = std::get_if<Integer>(&content_)) return v->value;
+  return std::nullopt;
+}
+
+std::optional<bool> PropertyValue::booleanValue() const noexcept {
+  if (const auto* v = std::get_if<bool>(&content_)) return *v;
+  return std::nullopt;
+}
+
+std::optional<std::int64_t> PropertyValue::numberObjectValue() const noexcept {
+  if (const auto* v = std::get_if<NumberObject>(&content_)) return v->value;
+  return std::nullopt;
+}
+
+const PropertyOther* PropertyValue::otherValue() const noexcept { return std::get_if<PropertyOther>(&content_); }
+
+// --- PropertyDictionary ----------------------------------------------------------------
+
+PropertyDictionary::PropertyDictionary(std::initializer_list<Map::value_type> entries) : entries_(entries) {}
+
+const PropertyValue* PropertyDictionary::find(std::string_view key) const noexcept {
+  const auto it = entries_.find(key);
+  return it == entries_.end() ? nullptr : &it->second;
+}
+
+bool PropertyDictionary::contains(std::string_view key) const noexcept { return find(key) != nullptr; }
+
+std::optional<std::string_view> PropertyDictionary::readString(std::string_view key) const noexcept {
+  const PropertyValue* v = find(key);
+  const std::string* text = v ? v->textValue() : nullptr;
+  if (text == nullptr) return std::nullopt;
+  return std::string_view(*text);
+}
+
+std::optional<std::int64_t> PropertyDictionary::readInt(std::string_view key) const noexcept {
+  const PropertyValue* v = find(key);
+  if (v == nullptr) return std::nullopt;
+  if (auto i = v->integerValue()) return i;
+  return v->numberObjectValue();
+}
+
+std::optional<bool> PropertyDictionary::readBool(std::string_view key) const noexcept {
+  const PropertyValue* v = find(key);
+  return v ? v->booleanValue() : std::nullopt;
+}
+
+void PropertyDictionary::setValue(std::string key, PropertyValue value) {
+  entries_.insert_or_assign(std::move(key), std::move(value));
+}
+
+}  // namespace telvor

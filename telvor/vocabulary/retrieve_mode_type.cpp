@@ -1,0 +1,1 @@
+#include "telvor/vocabulary/retrieve_mode_type.hpp"

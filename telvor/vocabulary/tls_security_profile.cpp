@@ -1,0 +1,1 @@
+#include "telvor/vocabulary/tls_security_profile.hpp"
