@@ -9,6 +9,7 @@
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/json/json.hpp"
 #include "telvor/vocabulary/transfer_syntax.hpp"
+#include "support/coding_support.hpp"
 
 namespace telvor {
 namespace {
@@ -71,22 +72,9 @@ struct Tree {
   friend bool operator==(const Tree&, const Tree&) = default;
 };
 
-template <class Error, class F>
-Error capture(F&& f) {
-  try {
-    f();
-  } catch (const Error& e) {
-    return e;
-  }
-  ADD_FAILURE() << "no error raised";
-  throw std::logic_error("no error raised");
-}
+using testing_support::capture;
 
-CodingPath keys(std::initializer_list<std::string_view> names) {
-  CodingPath path;
-  for (auto n : names) path.push_back(CodingPathComponent::key(n));
-  return path;
-}
+CodingPath keys(std::initializer_list<std::string_view> names) { return testing_support::keyPath(names); }
 
 TEST(KeyedCoding, WritesKeysInCodedOrderAndLeavesAbsentOptionalsOut) {
   Tree tree;

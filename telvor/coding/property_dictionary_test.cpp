@@ -1,0 +1,101 @@
+#include "telvor/coding/property_dictionary.hpp"
+
+#include <gtest/gtest.h>
+
+namespace telvor {
+namespace {
+
+PropertyDictionary everyKind() {
+  PropertyDictionary d;
+  d.setValue("text", PropertyValue::text("104"));
+  d.setValue("integer", PropertyValue::integer(104));
+  d.setValue("boolean", PropertyValue::boolean(true));
+  d.setValue("number", PropertyValue::numberObject(2));
+  d.setValue("other", PropertyValue::other(PropertyOther(1.5)));
+  return d;
+}
+
+// What each typed read gives for a value of each kind.
+struct ReadCase {
+  const char* key;
+  std::optional<std::string_view> string;
+  std::optional<std::int64_t> integer;
+  std::optional<bool> boolean;
+};
+
+TEST(PropertyDictionary, TypedReadsAcceptOnlyTheirKinds) {
+  const auto d = everyKind();
+  const ReadCase cases[] = {
+      {"text", "104", std::nullopt, std::nullopt},
+      {"integer", std::nullopt, 104, std::nullopt},
+      {"boolean", std::nullopt, std::nullopt, true},
+      {"number", std::nullopt, 2, std::nullopt},
+      {"other", std::nullopt, std::nullopt, std::nullopt},
+      {"missing", std::nullopt, std::nullopt, std::nullopt},
+      {"Text", std::nullopt, std::nullopt, std::nullopt},  // letter case counts
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(d.readString(c.key), c.string) << c.key;
+    EXPECT_EQ(d.readInt(c.key), c.integer) << c.key;
+    EXPECT_EQ(d.readBool(c.key), c.boolean) << c.key;
+    EXPECT_EQ(d.contains(c.key), std::string_view(c.key) != "missing" && std::string_view(c.key) != "Text") << c.key;
+  }
+}
+
+TEST(PropertyDictionary, TextsThatSpellOtherKindsStayText) {
+  PropertyDictionary d{{"a", PropertyValue::text("true")}, {"b", PropertyValue::text("1")}};
+  EXPECT_EQ(d.readBool("a"), std::nullopt);
+  EXPECT_EQ(d.readBool("b"), std::nullopt);
+  EXPECT_EQ(d.readInt("b"), std::nullopt);
+  // The wider acceptance of some platforms' stores is deliberately not modelled.
+  PropertyDictionary crossed{{"n", PropertyValue::numberObject(1)}, {"b", PropertyValue::boolean(true)}};
+  EXPECT_EQ(crossed.readBool("n"), std::nullopt);
+  EXPECT_EQ(crossed.readInt("b"), std::nullopt);
+}
+
+TEST(PropertyDictionary, EmptyDictionaryHasNothing) {
+  const PropertyDictionary d;
+  EXPECT_FALSE(d.contains("AETitle"));
+  EXPECT_EQ(d.readString("AETitle"), std::nullopt);
+  EXPECT_EQ(d.readInt("AETitle"), std::nullopt);
+  EXPECT_EQ(d.readBool("AETitle"), std::nullopt);
+}
+
+TEST(PropertyDictionary, SetValueInsertsOrReplaces) {
+  PropertyDictionary d;
+  d.setValue("k", PropertyValue::integer(1));
+  d.setValue("k", PropertyValue::text("x"));
+  EXPECT_EQ(d.size(), 1u);
+  EXPECT_EQ(d.readString("k"), "x");
+}
+
+TEST(PropertyDictionary, OtherValuesAreKeptIntactAndCopiedDeeply) {
+  PropertyDictionary inner{{"x", PropertyValue::integer(-1)}};
+  PropertyOther::Array list{PropertyValue::text("a"), PropertyValue::other(PropertyOther(PropertyDate{12.5}))};
+  PropertyDictionary d;
+  d.setValue("nested", PropertyValue::other(PropertyOther(inner)));
+  d.setValue("list", PropertyValue::other(PropertyOther(list)));
+  d.setValue("bytes", PropertyValue::other(PropertyOther(PropertyOther::Data{0, 255})));
+  d.setValue("huge", PropertyValue::other(PropertyOther(std::uint64_t{18446744073709551615u})));
+
+  PropertyDictionary copy = d;
+  EXPECT_EQ(copy, d);
+  ASSERT_NE(copy.find("nested")->otherValue()->dictionary(), nullptr);
+  EXPECT_NE(copy.find("nested")->otherValue()->dictionary(), d.find("nested")->otherValue()->dictionary());
+  EXPECT_EQ(*copy.find("nested")->otherValue()->dictionary(), inner);
+  EXPECT_EQ(*copy.find("list")->otherValue()->array(), list);
+  EXPECT_EQ(*copy.find("huge")->otherValue()->unsignedInteger(), 18446744073709551615u);
+
+  copy.setValue("nested", PropertyValue::other(PropertyOther(PropertyDictionary{})));
+  EXPECT_NE(copy, d);
+  EXPECT_EQ(*d.find("nested")->otherValue()->dictionary(), inner);
+}
+
+TEST(PropertyDictionary, IntegerAndNumberObjectAreDifferentKindsWithTheSameRead) {
+  EXPECT_NE(PropertyValue::integer(2), PropertyValue::numberObject(2));
+  EXPECT_EQ(PropertyValue::numberObject(2).kind(), PropertyValue::Kind::numberObject);
+  EXPECT_EQ(PropertyValue::other(PropertyOther(0.0)).kind(), PropertyValue::Kind::other);
+}
+
+}  // namespace
+}  // namespace telvor

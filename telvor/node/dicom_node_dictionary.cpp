@@ -1,0 +1,93 @@
+// The node's dictionary form: the settings store's long-standing flat keys.
+#include <string>
+#include <string_view>
+
+#include "telvor/node/detail/dictionary_reads.hpp"
+#include "telvor/node/detail/tls_keys.hpp"
+#include "telvor/node/dicom_node.hpp"
+
+namespace telvor {
+namespace {
+
+namespace key {
+constexpr std::string_view aetitle = "AETitle";
+constexpr std::string_view port = "Port";
+constexpr std::string_view name = "Description";
+constexpr std::string_view address = "Address";
+constexpr std::string_view isDicomNode = "isDicomNode";
+constexpr std::string_view transferSyntax = "transferSyntax";
+constexpr std::string_view retrieveMode = "retrieveMode";
+constexpr std::string_view queryRetrieve = "QR";
+constexpr std::string_view send = "Send";
+constexpr std::string_view activated = "Activated";
+constexpr std::string_view wadoPort = "WADOPort";
+constexpr std::string_view wadoTransferSyntax = "WADOTransferSyntax";
+constexpr std::string_view wadoUrl = "WADOUrl";
+constexpr std::string_view wadoPassword = "WADOPassword";
+constexpr std::string_view wadoUsername = "WADOUsername";
+constexpr std::string_view wadoHttps = "WADOhttps";
+constexpr std::string_view isQueryable = "isQueryable";
+constexpr std::string_view icon = "icon";
+}  // namespace key
+
+// What an absent WADO URL is written as; stored data has always had it.
+constexpr std::string_view kAbsentWadoUrl = "wado";
+
+PropertyValue text(std::string_view value) { return PropertyValue::text(std::string(value)); }
+
+}  // namespace
+
+DicomNode::DicomNode(const PropertyDictionary& d) : DicomNode() {
+  using detail::readCode;
+  using detail::readText;
+  address = readText(d, key::address);
+  name = readText(d, key::name);
+  port = readText(d, key::port);
+  aetitle = readText(d, key::aetitle);
+  transferSyntax = readCode<TransferSyntax>(d, key::transferSyntax).value_or(TransferSyntax::EXS_LittleEndianExplicit);
+  retrieveMode = readCode<RetrieveModeType>(d, key::retrieveMode).value_or(RetrieveModeType::cget);
+  isDicomNode = d.contains(key::isDicomNode);
+  isQueryable = d.readString(key::isQueryable) != std::optional<std::string_view>("0");
+  icon = readText(d, key::icon);
+  TlsSettings tls;
+  detail::readTlsKeys(d, tls);
+  tlsSettings = tls;
+  if (retrieveMode == RetrieveModeType::wado) {
+    wadoSettings.port = d.readInt(key::wadoPort);
+    wadoSettings.retrieveSyntax = readCode<SupportedWadoTransferSyntaxType>(d, key::wadoTransferSyntax)
+                                      .value_or(SupportedWadoTransferSyntaxType::explicitLittleEndian);
+    wadoSettings.url = readText(d, key::wadoUrl);
+    wadoSettings.password = readText(d, key::wadoPassword);
+    wadoSettings.username = readText(d, key::wadoUsername);
+    wadoSettings.https = d.readInt(key::wadoHttps) == 1;
+  }
+}
+
+std::optional<PropertyDictionary> DicomNode::toDictionary() const {
+  if (!port || !aetitle || !address || !name) return std::nullopt;
+  const auto number = [](auto code) { return PropertyValue::numberObject(rawValue(code)); };
+  PropertyDictionary d{
+      {std::string(key::aetitle), text(*aetitle)},
+      {std::string(key::port), text(*port)},
+      {std::string(key::name), text(*name)},
+      {std::string(key::address), text(*address)},
+      {std::string(key::isDicomNode), PropertyValue::boolean(isDicomNode)},
+      {std::string(key::transferSyntax), number(transferSyntax)},
+      {std::string(key::retrieveMode), number(retrieveMode)},
+      {std::string(key::queryRetrieve), PropertyValue::boolean(true)},
+      {std::string(key::send), PropertyValue::boolean(true)},
+      {std::string(key::activated), PropertyValue::boolean(true)},
+      {std::string(key::wadoPort), PropertyValue::integer(wadoSettings.port.value_or(0))},
+      {std::string(key::wadoTransferSyntax), number(wadoSettings.retrieveSyntax)},
+      {std::string(key::wadoUrl), text(wadoSettings.url.value_or(std::string(kAbsentWadoUrl)))},
+      {std::string(key::wadoPassword), text(wadoSettings.password.value_or(""))},
+      {std::string(key::wadoUsername), text(wadoSettings.username.value_or(""))},
+      {std::string(key::wadoHttps), PropertyValue::integer(wadoSettings.https ? 1 : 0)},
+  };
+  detail::writeTlsKeys(tlsSettings ? &*tlsSettings : nullptr, d);
+  if (isQueryable == false) d.setValue(std::string(key::isQueryable), text("0"));
+  if (icon) d.setValue(std::string(key::icon), text(*icon));
+  return d;
+}
+
+}  // namespace telvor

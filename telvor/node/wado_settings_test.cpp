@@ -1,0 +1,127 @@
+#include "telvor/node/wado_settings.hpp"
+
+#include <gtest/gtest.h>
+
+#include <type_traits>
+
+#include "support/coding_support.hpp"
+#include "telvor/json/json.hpp"
+
+namespace telvor {
+namespace {
+
+using testing_support::capture;
+using W = SupportedWadoTransferSyntaxType;
+
+// A default record comes only from a node or from the dictionary and coded forms.
+static_assert(!std::is_default_constructible_v<WadoSettings>);
+static_assert(std::is_copy_constructible_v<WadoSettings> && std::is_copy_assignable_v<WadoSettings>);
+
+WadoSettings defaults() { return WadoSettings(PropertyDictionary{}); }
+
+TEST(WadoSettings, EmptyDictionaryGivesTheDefaultRecord) {
+  const auto s = defaults();
+  EXPECT_FALSE(s.port || s.url || s.password || s.username);
+  EXPECT_EQ(s.retrieveSyntax, W::explicitLittleEndian);
+  EXPECT_FALSE(s.https);
+}
+
+TEST(WadoSettings, DictionaryFormIsLossyExactlyAsDocumented) {
+  auto s = defaults();
+  s.retrieveSyntax = W::jpegLossless;
+  s.https = true;
+  const auto d = s.toDictionary();
+  ASSERT_TRUE(d);
+  EXPECT_EQ(*d, (PropertyDictionary{{"url", PropertyValue::text("")},
+                                    {"port", PropertyValue::integer(0)},
+                                    {"password", PropertyValue::text("")},
+                                    {"username", PropertyValue::text("")}}));
+  const WadoSettings back(*d);
+  EXPECT_EQ(back.url, "");
+  EXPECT_EQ(back.port, 0);
+  EXPECT_EQ(back.password, "");
+  EXPECT_EQ(back.username, "");
+  EXPECT_EQ(back.retrieveSyntax, W::explicitLittleEndian);
+  EXPECT_FALSE(back.https);
+  EXPECT_NE(back, defaults());
+
+  auto full = defaults();
+  full.port = 8080;
+  full.url = "https://pacs/wado";
+  full.password = "s3cret";
+  full.username = "viewer";
+  EXPECT_EQ(WadoSettings(*full.toDictionary()), full);
+}
+
+TEST(WadoSettings, DictionaryReadsFallBackPerKey) {
+  const PropertyDictionary d{{"port", PropertyValue::text("8080")},
+                             {"url", PropertyValue::integer(1)},
+                             {"password", PropertyValue::text("")},
+                             {"username", PropertyValue::boolean(true)},
+                             {"retrieveSyntax", PropertyValue::integer(9)},
+                             {"https", PropertyValue::boolean(true)}};
+  const WadoSettings s(d);
+  EXPECT_EQ(s.port, std::nullopt);
+  EXPECT_EQ(s.url, std::nullopt);
+  EXPECT_EQ(s.password, "");
+  EXPECT_EQ(s.username, std::nullopt);
+  EXPECT_EQ(s.retrieveSyntax, W::explicitLittleEndian);
+  EXPECT_FALSE(s.https);
+  EXPECT_EQ(WadoSettings(PropertyDictionary{{"port", PropertyValue::integer(0)}}).port, 0);
+  EXPECT_EQ(WadoSettings(PropertyDictionary{{"port", PropertyValue::numberObject(-5)}}).port, -5);
+}
+
+TEST(WadoSettings, AbsentIsNeitherEmptyNorZero) {
+  auto a = defaults(), b = defaults();
+  b.url = "";
+  EXPECT_NE(a, b);
+  b = defaults();
+  b.port = 0;
+  EXPECT_NE(a, b);
+  a.username = "J\u00fcrgen";
+  b = defaults();
+  b.username = "Ju\u0308rgen";
+  EXPECT_EQ(a, b);
+}
+
+TEST(WadoSettings, CodedFormRoundTripsAbsencesIncluded) {
+  EXPECT_EQ(json::encode(defaults()), R"({"retrieveSyntax":0,"https":false})");
+  EXPECT_EQ(json::decode<WadoSettings>(R"({"retrieveSyntax":0,"https":false})"), defaults());
+  for (auto syntax : allCases<W>()) {
+    auto s = defaults();
+    s.retrieveSyntax = syntax;
+    s.https = rawValue(syntax) % 2 == 0;
+    s.port = rawValue(syntax) == 9 ? std::optional<std::int64_t>() : std::numeric_limits<std::int64_t>::min();
+    s.url = rawValue(syntax) > 4 ? std::optional<std::string>("") : std::nullopt;
+    s.password = "p\u00e9";
+    EXPECT_EQ(json::decode<WadoSettings>(json::encode(s)), s);
+  }
+  EXPECT_EQ(json::decode<WadoSettings>(R"({"retrieveSyntax":9,"https":false})").retrieveSyntax,
+            W::implicitLittleEndian);
+}
+
+struct CodedFailure {
+  const char* json;
+  DecodingError::Kind kind;
+  const char* at;  // the last path component, or the missing key
+};
+
+TEST(WadoSettings, CodedReadingIsStrict) {
+  const CodedFailure cases[] = {
+      {R"({"port":1,"url":"u","password":"p","username":"n"})", DecodingError::Kind::keyNotFound, "retrieveSyntax"},
+      {R"({"retrieveSyntax":0})", DecodingError::Kind::keyNotFound, "https"},
+      {R"({"retrieveSyntax":6,"https":false})", DecodingError::Kind::dataCorrupted, "retrieveSyntax"},
+      {R"({"retrieveSyntax":17,"https":false})", DecodingError::Kind::dataCorrupted, "retrieveSyntax"},
+      {R"({"port":"8080","retrieveSyntax":0,"https":false})", DecodingError::Kind::typeMismatch, "port"},
+      {R"({"retrieveSyntax":0,"https":null})", DecodingError::Kind::valueNotFound, "https"},
+  };
+  for (const auto& c : cases) {
+    const auto e = capture<DecodingError>([&] { json::decode<WadoSettings>(c.json); });
+    EXPECT_EQ(e.kind(), c.kind) << c.json;
+    const auto& last = e.kind() == DecodingError::Kind::keyNotFound ? e.key() : e.codingPath().back();
+    EXPECT_EQ(last.stringValue, c.at) << c.json;
+  }
+}
+
+}  // namespace
+}  // namespace telvor
