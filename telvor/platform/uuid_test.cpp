@@ -1,0 +1,49 @@
+#include "telvor/platform/uuid.hpp"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "support/coding_support.hpp"
+#include "telvor/json/json.hpp"
+
+namespace telvor {
+namespace {
+
+TEST(UUID, RandomHasVersion4AndTheRfcVariantAndIsUnique) {
+  std::set<std::string> seen;
+  for (int i = 0; i < 200; ++i) {
+    const auto id = UUID::random();
+    EXPECT_EQ(id.bytes()[6] >> 4, 4);
+    EXPECT_EQ(id.bytes()[8] >> 6, 2);
+    const auto text = id.uuidString();
+    ASSERT_EQ(text.size(), 36u);
+    EXPECT_EQ(text.find_first_of("abcdef"), std::string::npos);
+    EXPECT_TRUE(seen.insert(text).second);
+  }
+}
+
+TEST(UUID, ParsesTheHyphenatedFormInEitherCaseOnly) {
+  const auto upper = UUID::fromString("E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
+  ASSERT_TRUE(upper);
+  EXPECT_EQ(upper->uuidString(), "E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
+  EXPECT_EQ(UUID::fromString("e621e1f8-c36c-495a-93fc-0c247a3e6e5f"), upper);
+  for (const char* bad : {"", "E621E1F8C36C495A93FC0C247A3E6E5F", "{E621E1F8-C36C-495A-93FC-0C247A3E6E5F}",
+                          "E621E1F8-C36C-495A-93FC-0C247A3E6E5", "E621E1F8-C36C-495A-93FC-0C247A3E6E5FF",
+                          "E621E1F8-C36C-495A-93FC_0C247A3E6E5F", "G621E1F8-C36C-495A-93FC-0C247A3E6E5F",
+                          " 621E1F8-C36C-495A-93FC-0C247A3E6E5F", "E621E1F8-C36C-495A-93F-C0C247A3E6E5F"})
+    EXPECT_FALSE(UUID::fromString(bad)) << bad;
+}
+
+TEST(UUID, CodedFormIsTheCanonicalText) {
+  const auto id = *UUID::fromString("e621e1f8-c36c-495a-93fc-0c247a3e6e5f");
+  EXPECT_EQ(json::encode(id), R"("E621E1F8-C36C-495A-93FC-0C247A3E6E5F")");
+  EXPECT_EQ(json::decode<UUID>(R"("e621e1f8-c36c-495a-93fc-0c247a3e6e5f")"), id);
+  const auto e = testing_support::capture<DecodingError>([] { json::decode<UUID>(R"("not-a-uuid")"); });
+  EXPECT_EQ(e.kind(), DecodingError::Kind::dataCorrupted);
+  EXPECT_EQ(testing_support::capture<DecodingError>([] { json::decode<UUID>("5"); }).kind(),
+            DecodingError::Kind::typeMismatch);
+}
+
+}  // namespace
+}  // namespace telvor
