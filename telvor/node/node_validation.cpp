@@ -1,0 +1,95 @@
+#include "telvor/node/node_validation.hpp"
+
+#include <array>
+#include <cstdint>
+
+namespace telvor {
+namespace {
+
+struct ProblemRow {
+  NodeProblemCode code;
+  std::string_view name;
+  std::string_view message;  // "{}" stands for the offending value where one is shown
+};
+
+constexpr std::array<ProblemRow, 10> kProblems{{
+    {NodeProblemCode::aetitleMissing, "aetitle-missing", "AE title is missing: set the peer's application entity title."},
+    {NodeProblemCode::aetitleEmpty, "aetitle-empty", "AE title is empty: set the peer's application entity title."},
+    {NodeProblemCode::aetitleAllSpaces, "aetitle-all-spaces",
+     "AE title consists of spaces only: set the peer's application entity title."},
+    {NodeProblemCode::aetitleTooLong, "aetitle-too-long",
+     "AE title \"{}\" is longer than 16 characters: shorten it to the title the peer expects."},
+    {NodeProblemCode::aetitleInvalidCharacter, "aetitle-invalid-character",
+     "AE title \"{}\" holds a backslash, a control character or a non-ASCII character: use printable ASCII only."},
+    {NodeProblemCode::portMissing, "port-missing", "Port is missing: set the peer's TCP port (usually 104 or 11112)."},
+    {NodeProblemCode::portInvalid, "port-invalid", "Port \"{}\" is not a number from 1 to 65535: correct it."},
+    {NodeProblemCode::addressMissing, "address-missing", "Address is missing: set the peer's host name or IP address."},
+    {NodeProblemCode::addressEmpty, "address-empty", "Address is empty: set the peer's host name or IP address."},
+    {NodeProblemCode::wadoUrlMissing, "wado-url-missing",
+     "Retrieve mode is WADO but no WADO URL is set: set the URL or choose C-MOVE or C-GET."},
+}};
+
+constexpr bool rowsFollowCodes() {
+  for (std::size_t i = 0; i < kProblems.size(); ++i)
+    if (static_cast<std::size_t>(kProblems[i].code) != i) return false;
+  return true;
+}
+static_assert(rowsFollowCodes(), "the problem table lists the codes in declaration order");
+
+const ProblemRow& row(NodeProblemCode code) noexcept { return kProblems[static_cast<std::size_t>(code)]; }
+
+NodeProblem problem(NodeProblemCode code, std::string_view value = {}) {
+  std::string message(row(code).message);
+  if (const auto at = message.find("{}"); at != std::string::npos) message.replace(at, 2, value);
+  return {code, std::move(message)};
+}
+
+std::string_view trimSpaces(std::string_view text) noexcept {
+  const auto first = text.find_first_not_of(' ');
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+bool isAeCharacter(char c) noexcept {
+  const auto b = static_cast<unsigned char>(c);
+  return b >= 0x20 && b < 0x7F && c != '\\';
+}
+
+void checkAeTitle(const std::optional<std::string>& aetitle, std::vector<NodeProblem>& out) {
+  if (!aetitle) return out.push_back(problem(NodeProblemCode::aetitleMissing));
+  if (aetitle->empty()) return out.push_back(problem(NodeProblemCode::aetitleEmpty));
+  const std::string_view significant = trimSpaces(*aetitle);
+  if (significant.empty()) return out.push_back(problem(NodeProblemCode::aetitleAllSpaces));
+  if (significant.size() > 16) out.push_back(problem(NodeProblemCode::aetitleTooLong, *aetitle));
+  for (const char c : *aetitle) {
+    if (!isAeCharacter(c)) return out.push_back(problem(NodeProblemCode::aetitleInvalidCharacter, *aetitle));
+  }
+}
+
+bool isPortNumber(std::string_view text) noexcept {
+  if (text.empty() || text.size() > 5) return false;
+  std::uint32_t value = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') return false;
+    value = value * 10 + static_cast<std::uint32_t>(c - '0');
+  }
+  return value >= 1 && value <= 65535;
+}
+
+}  // namespace
+
+std::string_view codeName(NodeProblemCode code) noexcept { return row(code).name; }
+
+std::vector<NodeProblem> validate(const DicomNode& node) {
+  std::vector<NodeProblem> problems;
+  checkAeTitle(node.aetitle, problems);
+  if (!node.port) problems.push_back(problem(NodeProblemCode::portMissing));
+  else if (!isPortNumber(*node.port)) problems.push_back(problem(NodeProblemCode::portInvalid, *node.port));
+  if (!node.address) problems.push_back(problem(NodeProblemCode::addressMissing));
+  else if (node.address->empty()) problems.push_back(problem(NodeProblemCode::addressEmpty));
+  if (node.retrieveMode == RetrieveModeType::wado && (!node.wadoSettings.url || node.wadoSettings.url->empty()))
+    problems.push_back(problem(NodeProblemCode::wadoUrlMissing));
+  return problems;
+}
+
+}  // namespace telvor

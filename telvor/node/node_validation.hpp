@@ -1,0 +1,48 @@
+// Node validation: what would stop a node from working, without changing it.
+//
+//   for (const auto& problem : telvor::validate(node))
+//     std::cerr << problem.message << '\n';   // "AE title is missing: set the peer's ..."
+//
+// The checks: the AE title follows DICOM's AE value representation (present, not empty,
+// not all spaces, at most 16 characters once leading and trailing spaces are removed,
+// only printable ASCII without the backslash); the port is present and a decimal number
+// from 1 to 65535; the address is present and not empty; a node retrieved over WADO
+// has a WADO URL. The record's own forms accept all of these; only a network peer will not.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "telvor/node/dicom_node.hpp"
+#include "telvor/telvor_export.hpp"
+
+namespace telvor {
+
+enum class NodeProblemCode {
+  aetitleMissing,
+  aetitleEmpty,
+  aetitleAllSpaces,
+  aetitleTooLong,
+  aetitleInvalidCharacter,
+  portMissing,
+  portInvalid,
+  addressMissing,
+  addressEmpty,
+  wadoUrlMissing,
+};
+
+// A stable machine-readable name for the code, such as "aetitle-too-long".
+TELVOR_API std::string_view codeName(NodeProblemCode code) noexcept;
+
+struct NodeProblem {
+  NodeProblemCode code;
+  std::string message;  // what is wrong and what to do about it
+  friend bool operator==(const NodeProblem&, const NodeProblem&) = default;
+};
+
+// Every problem of the node, in field order (AE title, port, address, WADO); empty when
+// there is none. Never throws for any field value.
+TELVOR_API std::vector<NodeProblem> validate(const DicomNode& node);
+
+}  // namespace telvor

@@ -1,0 +1,75 @@
+#include "telvor/node/node_validation.hpp"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace telvor {
+namespace {
+
+DicomNode working() {
+  DicomNode n(104);
+  n.aetitle = "ARCHIVE";
+  n.address = "10.0.0.5";
+  return n;
+}
+
+std::vector<NodeProblemCode> codes(const DicomNode& n) {
+  std::vector<NodeProblemCode> out;
+  for (const auto& p : validate(n)) out.push_back(p.code);
+  return out;
+}
+
+TEST(NodeValidation, RulesAsATable) {
+  using C = NodeProblemCode;
+  const std::pair<std::function<void(DicomNode&)>, std::vector<C>> cases[] = {
+      {[](auto&) {}, {}},
+      {[](auto& n) { n.aetitle = " ARCHIVE "; }, {}},
+      {[](auto& n) { n.aetitle = "ABCDEFGHIJKLMNOP"; }, {}},
+      {[](auto& n) { n.aetitle = "  ABCDEFGHIJKLMNOP  "; }, {}},
+      {[](auto& n) { n.aetitle.reset(); }, {C::aetitleMissing}},
+      {[](auto& n) { n.aetitle = ""; }, {C::aetitleEmpty}},
+      {[](auto& n) { n.aetitle = "    "; }, {C::aetitleAllSpaces}},
+      {[](auto& n) { n.aetitle = "ABCDEFGHIJKLMNOPQ"; }, {C::aetitleTooLong}},
+      {[](auto& n) { n.aetitle = "A\\B"; }, {C::aetitleInvalidCharacter}},
+      {[](auto& n) { n.aetitle = "A\tB"; }, {C::aetitleInvalidCharacter}},
+      {[](auto& n) { n.aetitle = "CAF\u00c9"; }, {C::aetitleInvalidCharacter}},
+      {[](auto& n) { n.aetitle = "ABCDEFGHIJKLMNOPQ\x7F"; }, {C::aetitleTooLong, C::aetitleInvalidCharacter}},
+      {[](auto& n) { n.port.reset(); }, {C::portMissing}},
+      {[](auto& n) { n.port = "65535"; }, {}},
+      {[](auto& n) { n.port = "1"; }, {}},
+      {[](auto& n) { n.port = "0"; }, {C::portInvalid}},
+      {[](auto& n) { n.port = "65536"; }, {C::portInvalid}},
+      {[](auto& n) { n.port = "-1"; }, {C::portInvalid}},
+      {[](auto& n) { n.port = " 104"; }, {C::portInvalid}},
+      {[](auto& n) { n.port = ""; }, {C::portInvalid}},
+      {[](auto& n) { n.port = "99999999999999999999"; }, {C::portInvalid}},
+      {[](auto& n) { n.address.reset(); }, {C::addressMissing}},
+      {[](auto& n) { n.address = ""; }, {C::addressEmpty}},
+      {[](auto& n) { n.retrieveMode = RetrieveModeType::wado; }, {C::wadoUrlMissing}},
+      {[](auto& n) { n.retrieveMode = RetrieveModeType::wado, n.wadoSettings.url = ""; }, {C::wadoUrlMissing}},
+      {[](auto& n) { n.retrieveMode = RetrieveModeType::wado, n.wadoSettings.url = "https://pacs/wado"; }, {}},
+      {[](auto& n) { n.wadoSettings.url.reset(); }, {}},
+      {[](auto& n) { n.aetitle.reset(), n.port.reset(), n.address.reset(); },
+       {C::aetitleMissing, C::portMissing, C::addressMissing}},
+  };
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    DicomNode n = working();
+    cases[i].first(n);
+    const DicomNode before = n;
+    EXPECT_EQ(codes(n), cases[i].second) << "case " << i;
+    EXPECT_EQ(n, before);
+  }
+}
+
+TEST(NodeValidation, MessagesNameTheValueAndTheFix) {
+  DicomNode n = working();
+  n.port = "70000";
+  const auto problems = validate(n);
+  ASSERT_EQ(problems.size(), 1u);
+  EXPECT_EQ(problems[0].message, "Port \"70000\" is not a number from 1 to 65535: correct it.");
+  EXPECT_EQ(codeName(problems[0].code), "port-invalid");
+}
+
+}  // namespace
+}  // namespace telvor
