@@ -1,0 +1,120 @@
+#include "records.hpp"
+
+#include <boost/json/array.hpp>
+
+#include "plist_io.hpp"
+#include "telvor/coding/coding_error.hpp"
+#include "telvor/json/json.hpp"
+#include "telvor/node/dicom_node.hpp"
+#include "tool_error.hpp"
+
+namespace telvor::tool {
+namespace {
+
+template <class T>
+constexpr bool kHasDictionaryForm = std::is_constructible_v<T, const PropertyDictionary&>;
+
+// The fields whose absence keeps a node out of the dictionary form.
+std::string absentIdentityFields(const DicomNode& node) {
+  std::string fields;
+  const auto note = [&](const auto& field, const char* name) {
+    if (field) return;
+    if (!fields.empty()) fields += ", ";
+    fields += name;
+  };
+  note(node.aetitle, "AE title");
+  note(node.name, "name");
+  note(node.address, "address");
+  note(node.port, "port");
+  return fields;
+}
+
+template <class T>
+std::string pathOf(const Records<T>& records, std::size_t index) {
+  return records.wasArray ? "$[" + std::to_string(index) + "]" : "$";
+}
+
+template <class T>
+Records<T> readJson(std::string_view bytes) {
+  Records<T> records;
+  try {
+    const auto document = json::parse(bytes);
+    if (const auto* array = document.if_array()) {
+      records.wasArray = true;
+      for (std::size_t i = 0; i < array->size(); ++i)
+        records.values.push_back(
+            json::fromDocument<T>((*array)[i], CodingPathLink(nullptr, static_cast<std::int64_t>(i))));
+    } else {
+      records.values.push_back(json::fromDocument<T>(document));
+    }
+  } catch (const CodingError& e) {
+    throw InputError(e.what());
+  }
+  return records;
+}
+
+template <class T>
+Records<T> readPlistRecords(std::string_view bytes) {
+  if constexpr (kHasDictionaryForm<T>) {
+    const DictionaryList list = readPlist(bytes);
+    Records<T> records{{}, list.wasArray};
+    for (const auto& dictionary : list.dictionaries) records.values.emplace_back(dictionary);
+    return records;
+  } else {
+    throw UsageError("this type exists only as JSON");
+  }
+}
+
+template <class T>
+std::string writeJson(const Records<T>& records) {
+  try {
+    if (!records.wasArray && records.values.size() == 1)
+      return json::serialize(json::toDocument(records.values.front()), {.indent = 2}) + "\n";
+    boost::json::array array;
+    for (const auto& value : records.values) array.push_back(json::toDocument(value));
+    return json::serialize(array, {.indent = 2}) + "\n";
+  } catch (const CodingError& e) {
+    throw InputError(e.what());
+  }
+}
+
+template <class T>
+std::string writePlistRecords(const Records<T>& records, bool binary) {
+  if constexpr (kHasDictionaryForm<T>) {
+    DictionaryList list{{}, records.wasArray};
+    for (std::size_t i = 0; i < records.values.size(); ++i) {
+      auto dictionary = records.values[i].toDictionary();
+      if (!dictionary) {
+        std::string missing;
+        if constexpr (std::is_same_v<T, DicomNode>) missing = absentIdentityFields(records.values[i]);
+        throw InputError("invalidValue at " + pathOf(records, i) + ": the node has no " + missing +
+                         "; a saved node needs an AE title, a name, an address and a port.");
+      }
+      list.dictionaries.push_back(std::move(*dictionary));
+    }
+    return writePlist(list, binary);
+  } else {
+    throw UsageError("this type exists only as JSON");
+  }
+}
+
+}  // namespace
+
+template <class T>
+Records<T> readRecords(std::string_view bytes, Format format) {
+  return format == Format::json ? readJson<T>(bytes) : readPlistRecords<T>(bytes);
+}
+
+template <class T>
+std::string writeRecords(const Records<T>& records, Format format, bool binary) {
+  return format == Format::json ? writeJson(records) : writePlistRecords(records, binary);
+}
+
+template Records<DicomNode> readRecords(std::string_view, Format);
+template Records<TlsSettings> readRecords(std::string_view, Format);
+template Records<WadoSettings> readRecords(std::string_view, Format);
+template std::string writeRecords(const Records<DicomNode>&, Format, bool);
+template std::string writeRecords(const Records<TlsSettings>&, Format, bool);
+template std::string writeRecords(const Records<WadoSettings>&, Format, bool);
+
+}  // namespace telvor::tool

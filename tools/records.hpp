@@ -1,0 +1,29 @@
+// Records of one type read from, and written to, either format.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "options.hpp"
+
+namespace telvor::tool {
+
+template <class T>
+struct Records {
+  std::vector<T> values;
+  bool wasArray = false;  // the input held an array; the output mirrors it
+};
+
+// Reads records: a property list through each record's lenient dictionary constructor,
+// JSON through its strict coded form. Throws InputError ("KIND at PATH: DESCRIPTION").
+template <class T>
+Records<T> readRecords(std::string_view bytes, Format format);
+
+// Writes records: a property list of their dictionary forms (XML, or binary), or their
+// coded forms as JSON indented by two spaces. Throws InputError for a record that has no
+// dictionary form.
+template <class T>
+std::string writeRecords(const Records<T>& records, Format format, bool binary);
+
+}  // namespace telvor::tool
