@@ -21,8 +21,9 @@ enum class UnknownCodingKeys { reason };
 constexpr std::array<std::string_view, 1> codingKeyNames(UnknownCodingKeys) { return {"reason"}; }
 
 // accessable carries nothing: its container has no keys and any entries in it are ignored.
+// Since nothing is ever looked up in it, its names are only seen by the key concept.
 enum class AccessableCodingKeys {};
-constexpr std::array<std::string_view, 0> codingKeyNames(AccessableCodingKeys) { return {}; }
+[[maybe_unused]] constexpr std::array<std::string_view, 0> codingKeyNames(AccessableCodingKeys) { return {}; }
 
 enum class InaccessibleCodingKeys { reason };
 constexpr std::array<std::string_view, 1> codingKeyNames(InaccessibleCodingKeys) { return {"reason"}; }
