@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <type_traits>
 #include <vector>
 
 namespace telvor {
@@ -90,18 +89,6 @@ TEST(DicomNodeStatus, EqualityIsTheCaseAndACanonicallyEquivalentReason) {
     EXPECT_EQ(p.b == p.a, p.equal);
     EXPECT_EQ(p.a != p.b, !p.equal);
   }
-}
-
-template <class T>
-concept Ordered = requires(const T& a, const T& b) { a < b; };
-template <class T>
-concept Hashed = requires(const T& a) { std::hash<T>{}(a); };
-
-TEST(DicomNodeStatus, HasNoOrderingHashingOrDefault) {
-  static_assert(!Ordered<DicomNodeStatus>);
-  static_assert(!Hashed<DicomNodeStatus>);
-  static_assert(!std::is_default_constructible_v<DicomNodeStatus>);
-  static_assert(std::is_nothrow_move_constructible_v<DicomNodeStatus>);
 }
 
 }  // namespace
