@@ -11,6 +11,7 @@
 #include "telvor/coding/text.hpp"
 #include "telvor/json/json.hpp"
 #include "telvor/node/dicom_node.hpp"
+#include "support/record_forms.hpp"
 
 namespace telvor::fuzz {
 namespace {
@@ -50,17 +51,8 @@ E codeAt(const PropertyDictionary& d, std::string_view key, bool (*isCode)(std::
   return code && isCode(*code) ? static_cast<E>(*code) : fallback;
 }
 
-// Texts compared byte for byte: reading copies, it never normalises.
-bool sameText(const std::optional<std::string>& a, const std::optional<std::string>& b) { return a == b; }
-
-bool identical(const WadoSettings& a, const WadoSettings& b) {
-  return a == b && sameText(a.url, b.url) && sameText(a.password, b.password) && sameText(a.username, b.username);
-}
-
-bool identical(const DicomNode& a, const DicomNode& b) {
-  return a == b && sameText(a.aetitle, b.aetitle) && sameText(a.name, b.name) && sameText(a.address, b.address) &&
-         sameText(a.port, b.port) && sameText(a.icon, b.icon) && identical(a.wadoSettings, b.wadoSettings);
-}
+using testing_support::afterDictionaryRoundTrip;
+using testing_support::sameBytes;
 
 std::string show(const std::optional<std::string>& t) { return t ? "\"" + *t + "\"" : "absent"; }
 
@@ -160,15 +152,10 @@ void checkTls(const PropertyDictionary& d) {
 
 void checkWado(const PropertyDictionary& d) {
   const auto s = readOrFail<WadoSettings>(d, "WadoSettings");
-  check(identical(s, expectedWado(d)), "WadoSettings reads its four keys as the table says");
+  check(sameBytes(s, expectedWado(d)), "WadoSettings reads its four keys as the table says");
   const auto written = s.toDictionary();
   check(written && written->size() == 4, "WadoSettings writes exactly four keys");
-  WadoSettings expected{PropertyDictionary{}};
-  expected.port = s.port.value_or(0);
-  expected.url = s.url.value_or("");
-  expected.password = s.password.value_or("");
-  expected.username = s.username.value_or("");
-  check(identical(WadoSettings(*written), expected),
+  check(sameBytes(WadoSettings(*written), afterDictionaryRoundTrip(s)),
         "WadoSettings' dictionary form: absent texts come back empty, an absent port 0, syntax and https default");
 }
 
@@ -199,7 +186,7 @@ void checkNodeCodedForm(const DicomNode& n) {
   try {
     const std::string text = json::encode(n);
     if (refused) fail("JSON refuses text that is not UTF-8", describe(*refused));
-    check(identical(json::decode<DicomNode>(text), n), "a node read from a dictionary survives JSON exactly", text);
+    check(sameBytes(json::decode<DicomNode>(text), n), "a node read from a dictionary survives JSON exactly", text);
   } catch (const EncodingError& e) {
     check(refused && e.codingPath() == *refused, "invalidValue stands at the first text that is not UTF-8", e.what());
   } catch (const std::exception& e) {
@@ -216,26 +203,9 @@ void checkNodeRoundTrip(const DicomNode& n) {
   check(written->size() == size, "the dictionary form has 20 keys, plus isQueryable and icon when written");
 
   const auto back = readOrFail<DicomNode>(*written, "DicomNode");
-  DicomNode expected = n;
-  expected.uniqueId = back.uniqueId;
-  expected.isDicomNode = true;
-  expected.isQueryable = n.isQueryable != false;
-  expected.tlsSettings = n.tlsSettings.value_or([] {
-    TlsSettings none;
-    none.securityProfile = TLSSecurityProfile::profile0;
-    return none;
-  }());
-  WadoSettings wado{PropertyDictionary{}};
-  if (n.retrieveMode == RetrieveModeType::wado) {
-    wado = n.wadoSettings;
-    wado.port = n.wadoSettings.port.value_or(0);
-    wado.url = n.wadoSettings.url.value_or("wado");
-    wado.password = n.wadoSettings.password.value_or("");
-    wado.username = n.wadoSettings.username.value_or("");
-  }
-  expected.wadoSettings = wado;
+  const DicomNode expected = afterDictionaryRoundTrip(n, back.uniqueId);
   check(back.uniqueId && back.uniqueId != n.uniqueId, "a node read back gets a new uniqueId");
-  check(identical(back, expected), "toDictionary() then reading obeys the documented asymmetries",
+  check(sameBytes(back, expected), "toDictionary() then reading obeys the documented asymmetries",
         "got " + show(back) + "\nexpected " + show(expected));
 
   // One pass normalises: what the read node writes reads back to the same dictionary.
@@ -248,7 +218,7 @@ void checkNode(const PropertyDictionary& d) {
   DicomNode expected = expectedNode(d);
   check(n.uniqueId.has_value(), "a node read from a dictionary has a uniqueId");
   expected.uniqueId = n.uniqueId;
-  check(identical(n, expected), "DicomNode reads its keys as the table says",
+  check(sameBytes(n, expected), "DicomNode reads its keys as the table says",
         "got " + show(n) + "\nexpected " + show(expected));
   checkNodeCodedForm(n);
   checkNodeRoundTrip(n);

@@ -1,5 +1,6 @@
 // Random records for property-style tests: every enumeration code, absent and present
-// optionals, empty, non-ASCII and decomposed texts, the extreme integers.
+// optionals, empty, non-ASCII and decomposed texts (generated ones too), the extreme
+// integers.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "telvor/node/dicom_node.hpp"
+#include "telvor/status/dicom_node_status.hpp"
 
 namespace telvor::testing_support {
 
@@ -19,12 +21,31 @@ class RecordGenerator {
 
   bool coin() { return std::uniform_int_distribution<int>(0, 1)(rng_) == 1; }
 
+  // Half the time a text from a pool of awkward ones, otherwise a generated text (see
+  // generatedText).
   std::string text() {
     static const std::vector<std::string> pool = {
         "",        "ARCHIVE",          "pacs-01",        "10.0.0.5",  "::1",      "104",
         " padded ", "Caf\u00e9",        "Cafe\u0301",     "\u65e5\u672c", "\U0001F3E5", "quote\"back\\slash",
-        "line\nbreak", "tab\there",   "https://pacs.example.org/wado?x=1&y=2"};
-    return pool[std::uniform_int_distribution<std::size_t>(0, pool.size() - 1)(rng_)];
+        "line\nbreak", "tab\there",   "https://pacs.example.org/wado?x=1&y=2", std::string("nul\0inside", 10),
+        "\uFEFFbom",  "\uFFFF",  "\u1100\u1161\u11A8", "\uAC01", "e\u0323\u0301", "e\u0301\u0323"};
+    return coin() ? pool[std::uniform_int_distribution<std::size_t>(0, pool.size() - 1)(rng_)] : generatedText();
+  }
+
+  // Up to 12 characters drawn from ASCII (controls and NUL included), Latin-1, combining
+  // marks, Hangul syllables (which decompose), CJK, astral symbols and noncharacters:
+  // always valid UTF-8, often not in any normal form.
+  std::string generatedText() {
+    static constexpr char32_t ranges[][2] = {{0x00, 0x7F},     {0xA0, 0xFF},       {0x300, 0x36F},
+                                             {0xAC00, 0xD7A3}, {0x4E00, 0x9FFF},   {0x1F300, 0x1F5FF},
+                                             {0xFFFE, 0xFFFF}, {0x10FFFE, 0x10FFFF}, {0x20, 0x7E}};
+    std::string out;
+    const int length = std::uniform_int_distribution<int>(0, 12)(rng_);
+    for (int i = 0; i < length; ++i) {
+      const auto& r = ranges[std::uniform_int_distribution<std::size_t>(0, std::size(ranges) - 1)(rng_)];
+      appendUtf8(out, std::uniform_int_distribution<std::uint32_t>(r[0], r[1])(rng_));
+    }
+    return out;
   }
 
   std::optional<std::string> maybeText() { return coin() ? std::optional<std::string>(text()) : std::nullopt; }
@@ -60,6 +81,20 @@ class RecordGenerator {
     w.https = coin();
   }
 
+  WadoSettings wado() {
+    WadoSettings w{PropertyDictionary{}};
+    fillWado(w);
+    return w;
+  }
+
+  DicomNodeStatus status() {
+    switch (std::uniform_int_distribution<int>(0, 2)(rng_)) {
+      case 0: return DicomNodeStatus::unknown(text());
+      case 1: return DicomNodeStatus::inaccessible(text());
+      default: return DicomNodeStatus::accessable();
+    }
+  }
+
   DicomNode node() {
     DicomNode n;
     if (!coin()) n.uniqueId.reset();
@@ -78,6 +113,24 @@ class RecordGenerator {
   }
 
  private:
+  static void appendUtf8(std::string& out, std::uint32_t c) {
+    if (c < 0x80) {
+      out += static_cast<char>(c);
+    } else if (c < 0x800) {
+      out += static_cast<char>(0xC0 | (c >> 6));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+      out += static_cast<char>(0xE0 | (c >> 12));
+      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+      out += static_cast<char>(0xF0 | (c >> 18));
+      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+      out += static_cast<char>(0x80 | (c & 0x3F));
+    }
+  }
+
   std::mt19937_64 rng_;
 };
 
