@@ -2,7 +2,9 @@
 // (see support/dictionary_builder.hpp), which every record then reads. The readers must
 // never throw, must give what the key tables say, and toDictionary() followed by reading
 // must obey the documented asymmetries (support/dictionary_oracle.hpp). The dictionary
-// itself must copy deeply and compare equal to its copy.
+// itself must copy deeply and compare equal to its copy, and (with the property-list
+// format built) be written as a property list exactly when it can be, reading back as
+// documented (support/plist_checks.hpp).
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cmath>
@@ -12,6 +14,9 @@
 #include "support/check.hpp"
 #include "support/dictionary_builder.hpp"
 #include "support/dictionary_oracle.hpp"
+#ifdef TELVOR_FUZZ_PLIST
+#include "support/plist_checks.hpp"
+#endif
 
 namespace telvor::fuzz {
 namespace {
@@ -51,5 +56,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   check(moved.size() == dictionary.size(), "a moved dictionary keeps its entries");
 
   checkDictionaryReading(dictionary);
+#ifdef TELVOR_FUZZ_PLIST
+  checkPlistWriting(dictionary);
+#endif
   return 0;
 }

@@ -53,6 +53,7 @@ void readAs(const boost::json::value& document, const CodedType& type) {
     const T again = json::decode<T>(text);
     check(again == value, "decode(encode(value)) == value", std::string(type.name) + ": " + text);
     check(json::encode(again) == text, "encoding is stable", text);
+    check(json::decode<T>(json::encode(value, {.indent = 2})) == value, "indented output reads back the same", text);
   } catch (const DecodingError& e) {
     if (!expected.failure) fail("decoding succeeds where the key table says it must", std::string(type.name) + ": " + what(e));
     checkError(e, *expected.failure, type.name);

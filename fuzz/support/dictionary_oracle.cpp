@@ -7,6 +7,7 @@
 
 #include "check.hpp"
 #include "codes.hpp"
+#include "utf8.hpp"
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/coding/text.hpp"
 #include "telvor/json/json.hpp"
@@ -135,6 +136,9 @@ void checkTypedReads(const PropertyDictionary& d, std::string_view key) {
   check(d.contains(key) == (entry(d, key) != nullptr), "contains() finds exactly the entries there are", key);
   check(d.readInt(key) == intAt(d, key), "readInt accepts integers and number objects only", key);
   check(d.readBool(key) == boolAt(d, key), "readBool accepts booleans only", key);
+  if (const PropertyValue* v = entry(d, key); v && v->textValue())
+    check(isValidUtf8(*v->textValue()) == validUtf8(*v->textValue()), "isValidUtf8 agrees with an independent check",
+          *v->textValue());
   const auto text = d.readString(key);
   const auto expected = textAt(d, key);
   check(text.has_value() == expected.has_value() && (!text || *text == *expected), "readString accepts texts only",
