@@ -2,7 +2,8 @@
 // (see support/dictionary_builder.hpp), which every record then reads. The readers must
 // never throw, must give what the key tables say, and toDictionary() followed by reading
 // must obey the documented asymmetries (support/dictionary_oracle.hpp). The dictionary
-// itself must copy deeply and compare equal to its copy, and (with the property-list
+// itself must copy deeply and compare equal to its copy, its texts must compare by
+// canonical equivalence (support/text_checks.hpp), and (with the property-list
 // format built) be written as a property list exactly when it can be, reading back as
 // documented (support/plist_checks.hpp).
 #include <fuzzer/FuzzedDataProvider.h>
@@ -10,10 +11,13 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "support/check.hpp"
 #include "support/dictionary_builder.hpp"
 #include "support/dictionary_oracle.hpp"
+#include "support/text_checks.hpp"
 #ifdef TELVOR_FUZZ_PLIST
 #include "support/plist_checks.hpp"
 #endif
@@ -56,6 +60,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   check(moved.size() == dictionary.size(), "a moved dictionary keeps its entries");
 
   checkDictionaryReading(dictionary);
+
+  // The texts of the dictionary (and their keys), pairwise, for text equality.
+  std::vector<std::string> texts;
+  for (const auto& [key, value] : dictionary) {
+    if (texts.size() >= 12) break;
+    texts.push_back(key);
+    if (const std::string* text = value.textValue()) texts.push_back(*text);
+  }
+  checkTextEquality(texts);
 #ifdef TELVOR_FUZZ_PLIST
   checkPlistWriting(dictionary);
 #endif

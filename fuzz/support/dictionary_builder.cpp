@@ -31,6 +31,9 @@ constexpr std::string_view kTexts[] = {
     "ARCHIVE", "Caf\u00e9", "Cafe\u0301", "\u65e5\u672c", "\U0001F3E5", "\0"sv, "a\0b"sv,
     "\xC3\x28"sv, "\xFF"sv, "\xED\xA0\x80"sv, "\xF4\x90\x80\x80"sv, "\xC0\xAF"sv,
     "E621E1F8-C36C-495A-93FC-0C247A3E6E5F",
+    // canonically equivalent groups, and near misses
+    "e\u0323\u0301", "e\u0301\u0323", "\u1E0B\u0323", "\u1E0D\u0307", "\uAC01", "\u1100\u1161\u11A8",
+    "\u212B", "\u00C5", "A\u030A", "\u0344", "\u0308\u0301", "a", "a\u0301", "\u00e1", "x\u0301y", "x\u0301",
 };
 
 constexpr std::int64_t kIntegers[] = {
