@@ -7,6 +7,8 @@
 #include "records.hpp"
 #include "telvor/node/dicom_node.hpp"
 #include "telvor/node/node_validation.hpp"
+#include "telvor/presentation/version.hpp"
+#include "telvor/status/dicom_node_status.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
@@ -53,7 +55,7 @@ int runConvert(const Options& options) {
     case RecordType::node: return convert<DicomNode>(options, bytes, from);
     case RecordType::tls: return convert<TlsSettings>(options, bytes, from);
     case RecordType::wado: return convert<WadoSettings>(options, bytes, from);
-    case RecordType::status: throw UsageError("statuses are not available in this build");
+    case RecordType::status: return convert<DicomNodeStatus>(options, bytes, from);
   }
   return 2;
 }
@@ -72,7 +74,9 @@ int runCheck(const Options& options) {
 }
 
 int runVersion() {
-  std::cout << "telvor-nodes " TELVOR_VERSION_TEXT "\n";
+  // The library's identification line, without the "@(#)" marker that finds it in binaries.
+  const std::string_view line(reinterpret_cast<const char*>(TelvorVersionString) + 4, sizeof TelvorVersionString - 5);
+  std::cout << "telvor-nodes " TELVOR_VERSION_TEXT " (" << line.substr(0, line.size() - 1) << ")\n";
   return 0;
 }
 

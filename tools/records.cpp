@@ -6,6 +6,7 @@
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/json/json.hpp"
 #include "telvor/node/dicom_node.hpp"
+#include "telvor/status/dicom_node_status.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
@@ -116,5 +117,7 @@ template Records<WadoSettings> readRecords(std::string_view, Format);
 template std::string writeRecords(const Records<DicomNode>&, Format, bool);
 template std::string writeRecords(const Records<TlsSettings>&, Format, bool);
 template std::string writeRecords(const Records<WadoSettings>&, Format, bool);
+template Records<DicomNodeStatus> readRecords(std::string_view, Format);
+template std::string writeRecords(const Records<DicomNodeStatus>&, Format, bool);
 
 }  // namespace telvor::tool

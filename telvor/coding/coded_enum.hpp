@@ -90,6 +90,15 @@ struct EnumIndex {
     return m;
   }();
 
+  // Each code belongs to one case; a repeated code would make the lookup lie.
+  static constexpr bool distinct = [] {
+    for (std::size_t i = 0; i < count; ++i)
+      for (std::size_t j = i + 1; j < count; ++j)
+        if (code(i) == code(j)) return false;
+    return true;
+  }();
+  static_assert(distinct, "no two cases of a coded enumeration may share a code");
+
   static constexpr std::size_t span = contiguous ? 1 : static_cast<std::size_t>(maxCode - minCode) + 1;
   static_assert(count < 127 && span <= 4096, "a coded enumeration's codes must lie close together");
 

@@ -1,0 +1,1 @@
+#include "telvor/vocabulary/association_number_type.hpp"

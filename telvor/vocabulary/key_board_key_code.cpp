@@ -1,0 +1,1 @@
+#include "telvor/vocabulary/key_board_key_code.hpp"
