@@ -1,4 +1,5 @@
 // `echo`: a DICOM C-ECHO to every node, through the DCMTK companion.
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 
@@ -17,27 +18,25 @@ std::vector<DicomNode> readEchoNodes(const Options& options) {
   return readRecords<DicomNode>(bytes, inputFormat(options.from, *options.input, bytes)).values;
 }
 
-// The status title a result stands for.
-const char* statusTitle(const dcmtk::EchoResult& result) {
-  if (result.answered()) return "online";
-  return result.attempted() ? "offline" : "unknown";
-}
-
 }  // namespace
 
+// One line per node: "NAME: online", or "NAME: offline: REASON" / "NAME: unknown: REASON".
+// Exit status 0 when every node is online, 1 otherwise.
 int runEcho(const Options& options) {
   const auto nodes = readEchoNodes(options);
   dcmtk::ProbeOptions probe;
   probe.callingAeTitle = options.callingAeTitle;
-  probe.timeout = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(options.timeoutSeconds * 1000)));
-  const auto results = dcmtk::echoNodes(nodes, probe, options.jobs);
+  // DCMTK waits whole seconds, a day at most; the options have made sure the number is positive.
+  const double seconds = std::min(options.timeoutSeconds, 86400.0);
+  probe.timeout = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds * 1000)));
+  const auto statuses = dcmtk::probeAll(nodes, probe, options.jobs);
   bool allOnline = true;
   for (std::size_t i = 0; i < nodes.size(); ++i) {
     const auto label = nodes[i].name ? *nodes[i].name : "node " + std::to_string(i + 1);
-    std::cout << label << ": " << statusTitle(results[i]);
-    if (!results[i].reason.empty()) std::cout << ": " << results[i].reason;
+    std::cout << label << ": " << statuses[i].title();
+    if (!statuses[i].reason().empty()) std::cout << ": " << statuses[i].reason();
     std::cout << '\n';
-    allOnline = allOnline && results[i].answered();
+    allOnline = allOnline && statuses[i] == DicomNodeStatus::accessable();
   }
   return allOnline ? 0 : 1;
 }

@@ -69,6 +69,8 @@ struct Session {
   }
 };
 
+constexpr std::string_view kCheckPem = "check that the file exists and holds PEM certificates";
+
 // The TLS layer for `settings`, or the reason it cannot be made.
 std::optional<EchoResult> makeTlsLayer(const EchoTls& settings, Session& session) {
   initialiseTls();
@@ -77,10 +79,11 @@ std::optional<EchoResult> makeTlsLayer(const EchoTls& settings, Session& session
   if (!layer) return localFailure("Cannot set up TLS", EC_IllegalCall);
   for (const auto& file : settings.trustedCertificateFiles)
     if (const OFCondition c = layer.addTrustedCertificateFile(file.c_str(), DCF_Filetype_PEM); c.bad())
-      return localFailure("Cannot read the trusted certificate file \"" + file + "\"", c);
+      return localFailure("Cannot read the trusted certificate file \"" + file + "\"", c, kCheckPem);
   for (const auto& dir : settings.trustedCertificateDirectories)
     if (const OFCondition c = layer.addTrustedCertificateDir(dir.c_str(), DCF_Filetype_PEM); c.bad())
-      return localFailure("Cannot read the trusted certificate folder \"" + dir + "\"", c);
+      return localFailure("Cannot read the trusted certificate folder \"" + dir + "\"", c,
+                          "check that the folder exists and is readable");
   // profile0 is no DICOM profile: the TLS library's own protocol versions and suites apply.
   if (settings.securityProfile != TLSSecurityProfile::profile0) {
     OFCondition c = layer.setTLSProfile(toDcmtk(settings.securityProfile));
@@ -88,18 +91,21 @@ std::optional<EchoResult> makeTlsLayer(const EchoTls& settings, Session& session
     if (c.bad())
       return localFailure("TLS security profile " + std::to_string(rawValue(settings.securityProfile)) + " (" +
                               DcmTLSCiphersuiteHandler::lookupProfileName(toDcmtk(settings.securityProfile)) +
-                              ") cannot be used on this computer: its TLS library offers none of the profile's "
-                              "cipher suites; choose a BCP 195 profile (3, 4 or 5)",
-                          c);
+                              ") cannot be used on this computer",
+                          c,
+                          "its TLS library offers none of the profile's cipher suites; choose a BCP 195 profile "
+                          "(3, 4 or 5)");
   }
   if (const auto& certificate = settings.clientCertificate) {
     // An encrypted key must fail rather than have OpenSSL prompt on the terminal.
     layer.setPrivateKeyPasswd("");
     if (const OFCondition c = layer.setPrivateKeyFile(certificate->privateKeyFile.c_str(), DCF_Filetype_PEM); c.bad())
-      return localFailure("Cannot read the private key file \"" + certificate->privateKeyFile + "\"", c);
+      return localFailure("Cannot read the private key file \"" + certificate->privateKeyFile + "\"", c,
+                          "check that the file exists and holds an unencrypted PEM key");
     if (const OFCondition c = layer.setCertificateFile(certificate->certificateFile.c_str(), DCF_Filetype_PEM);
         c.bad())
-      return localFailure("Cannot read the client certificate file \"" + certificate->certificateFile + "\"", c);
+      return localFailure("Cannot read the client certificate file \"" + certificate->certificateFile + "\"", c,
+                          kCheckPem);
     if (!layer.checkPrivateKeyMatchesCertificate())
       return EchoResult{EchoOutcome::localSetupFailed, "The private key \"" + certificate->privateKeyFile +
                                                            "\" does not belong to the client certificate \"" +

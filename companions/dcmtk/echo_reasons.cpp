@@ -238,8 +238,10 @@ EchoResult echoStatusFailure(unsigned status, const EchoContext& context) {
                                              "): the peer's verification service reports a problem; check its logs.");
 }
 
-EchoResult localFailure(std::string_view what, const OFCondition& condition) {
-  return result(EchoOutcome::localSetupFailed, std::string(what) + " (" + condition.text() + ").");
+EchoResult localFailure(std::string_view what, const OFCondition& condition, std::string_view advice) {
+  std::string reason = std::string(what) + " (" + condition.text() + ")";
+  if (!advice.empty()) reason += ": " + std::string(advice);
+  return result(EchoOutcome::localSetupFailed, reason + ".");
 }
 
 }  // namespace telvor::dcmtk

@@ -35,8 +35,8 @@ EchoResult verificationRefused(const EchoContext& context);
 EchoResult echoExchangeFailure(const OFCondition& condition, const EchoContext& context);
 EchoResult echoStatusFailure(unsigned status, const EchoContext& context);
 
-// This side's set-up failed before anything was sent.
-EchoResult localFailure(std::string_view what, const OFCondition& condition);
+// This side's set-up failed before anything was sent: "WHAT (DCMTK's text): ADVICE."
+EchoResult localFailure(std::string_view what, const OFCondition& condition, std::string_view advice = {});
 
 // The peer's name in reasons: "address:port".
 std::string endpointOf(const EchoTarget& target);

@@ -104,4 +104,20 @@ std::vector<EchoResult> echoNodes(std::span<const DicomNode> nodes, const ProbeO
   return results;
 }
 
+DicomNodeStatus toStatus(const EchoResult& result) {
+  if (result.answered()) return DicomNodeStatus::accessable();
+  if (!result.attempted()) return DicomNodeStatus::unknown(result.reason);
+  return DicomNodeStatus::inaccessible(result.reason);
+}
+
+DicomNodeStatus probe(const DicomNode& node, const ProbeOptions& options) { return toStatus(echoNode(node, options)); }
+
+std::vector<DicomNodeStatus> probeAll(std::span<const DicomNode> nodes, const ProbeOptions& options, unsigned jobs) {
+  const auto results = echoNodes(nodes, options, jobs);
+  std::vector<DicomNodeStatus> statuses;
+  statuses.reserve(results.size());
+  for (const auto& result : results) statuses.push_back(toStatus(result));
+  return statuses;
+}
+
 }  // namespace telvor::dcmtk

@@ -163,5 +163,35 @@ TEST(EchoNodes, SlowNodesAreWaitedForSideBySide) {
   EXPECT_LT(elapsed, 2500ms) << "four 1 s timeouts one after the other would take 4 s";
 }
 
+TEST(ProbeStatus, AnsweredIsOnlineNothingLearntIsUnknownTheRestOffline) {
+  EXPECT_EQ(toStatus({EchoOutcome::answered, ""}), DicomNodeStatus::accessable());
+  for (const auto outcome : {EchoOutcome::notAttempted, EchoOutcome::localSetupFailed})
+    EXPECT_EQ(toStatus({outcome, "why"}), DicomNodeStatus::unknown("why"));
+  for (const auto outcome :
+       {EchoOutcome::addressNotFound, EchoOutcome::connectionRefused, EchoOutcome::connectionFailed,
+        EchoOutcome::timedOut, EchoOutcome::tlsHandshakeFailed, EchoOutcome::connectionClosed,
+        EchoOutcome::associationRejected, EchoOutcome::verificationNotAccepted, EchoOutcome::echoFailed,
+        EchoOutcome::protocolError})
+    EXPECT_EQ(toStatus({outcome, "why"}), DicomNodeStatus::inaccessible("why"));
+}
+
+TEST(ProbeStatus, ProbeAllGivesEachNodesStatusInOrder) {
+  if (findProgram("storescp").empty()) GTEST_SKIP() << "storescp is not installed";
+  TempDir dir;
+  ServerProcess scp({findProgram("storescp"), "-od", dir.path().string()}, dir / "storescp.log");
+  ASSERT_TRUE(scp.ready());
+  const std::uint16_t closed = freePort();
+  const std::vector<DicomNode> nodes{node("127.0.0.1", std::to_string(scp.port()), "STORE"),
+                                     node("127.0.0.1", std::to_string(closed), "STORE"),
+                                     node("127.0.0.1", "0", "STORE")};
+  const auto statuses = probeAll(nodes, options(), 2);
+  ASSERT_EQ(statuses.size(), 3u);
+  EXPECT_EQ(statuses[0], DicomNodeStatus::accessable());
+  EXPECT_EQ(statuses[1].kind(), DicomNodeStatus::Kind::inaccessible);
+  EXPECT_THAT(statuses[1].reason(), HasSubstr("127.0.0.1:" + std::to_string(closed) + " refused"));
+  EXPECT_EQ(statuses[2], DicomNodeStatus::unknown("Port \"0\" is not a number from 1 to 65535: correct it."));
+  EXPECT_EQ(probe(nodes[0], options()), statuses[0]);
+}
+
 }  // namespace
 }  // namespace telvor::dcmtk

@@ -1,10 +1,13 @@
-// Probing nodes: whether each DicomNode answers a DICOM C-ECHO as it is configured.
+// Probing nodes: whether each DicomNode answers a DICOM C-ECHO as it is configured, as the
+// DicomNodeStatus to show beside it.
 //
 //   telvor::dcmtk::ProbeOptions options{.callingAeTitle = "VIEWER", .timeout = std::chrono::seconds(3)};
 //   options.applicationIdentifier = "org.example.viewer";
 //   options.certificateFor = [&](std::string_view id) { return keychain.find(id); };
 //   options.trustedCertificateFiles = {"/etc/viewer/pacs-ca.pem"};
-//   auto results = telvor::dcmtk::echoNodes(nodes, options, 4);  // four at a time, in order
+//   auto statuses = telvor::dcmtk::probeAll(nodes, options, 4);  // four at a time, in order
+//   statuses[0].title();   // "offline"
+//   statuses[0].reason();  // "Connection to 10.0.0.5:104 refused: nothing listens on that port; ..."
 //
 // A node is echoed at its address, port and AE title, over TLS when its TLS settings are
 // on (with their profile and peer verification, and the client certificate the
@@ -25,6 +28,7 @@
 #include "telvor/dcmtk/echo.hpp"
 #include "telvor/dcmtk/telvor_dcmtk_export.hpp"
 #include "telvor/node/dicom_node.hpp"
+#include "telvor/status/dicom_node_status.hpp"
 
 namespace telvor::dcmtk {
 
@@ -57,5 +61,17 @@ TELVOR_DCMTK_API EchoResult echoNode(const DicomNode& node, const ProbeOptions& 
 // thread; it then waits for the echoes, taking part in them.
 TELVOR_DCMTK_API std::vector<EchoResult> echoNodes(std::span<const DicomNode> nodes, const ProbeOptions& options,
                                                    unsigned jobs);
+
+// The status an echo result stands for: accessable when the peer answered; unknown with
+// the result's reason when nothing was learnt about the peer (notAttempted,
+// localSetupFailed); inaccessible with the reason otherwise.
+TELVOR_DCMTK_API DicomNodeStatus toStatus(const EchoResult& result);
+
+// The node's status by C-ECHO: toStatus(echoNode(node, options)).
+TELVOR_DCMTK_API DicomNodeStatus probe(const DicomNode& node, const ProbeOptions& options);
+
+// Every node's status by C-ECHO, in the order of `nodes`, `jobs` at a time (see echoNodes).
+TELVOR_DCMTK_API std::vector<DicomNodeStatus> probeAll(std::span<const DicomNode> nodes, const ProbeOptions& options,
+                                                       unsigned jobs);
 
 }  // namespace telvor::dcmtk
