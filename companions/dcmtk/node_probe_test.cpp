@@ -129,7 +129,7 @@ TEST(NodeEchoTarget, AuthenticatingWithoutACertificateIsALocalProblem) {
   }
 }
 
-TEST(EchoNodes, ResultsComeInTheOrderOfTheNodes) {
+TEST(EchoNodesConcurrency, ResultsComeInTheOrderOfTheNodes) {
   if (findProgram("storescp").empty()) GTEST_SKIP() << "storescp is not installed";
   TempDir dir;
   ServerProcess scp({findProgram("storescp"), "-od", dir.path().string()}, dir / "storescp.log");
@@ -149,7 +149,7 @@ TEST(EchoNodes, ResultsComeInTheOrderOfTheNodes) {
   EXPECT_TRUE(echoNodes({}, options(), 4).empty());
 }
 
-TEST(EchoNodes, SlowNodesAreWaitedForSideBySide) {
+TEST(EchoNodesConcurrency, SlowNodesAreWaitedForSideBySide) {
   std::vector<std::unique_ptr<SilentListener>> silent;
   std::vector<DicomNode> nodes;
   for (int i = 0; i < 4; ++i) {

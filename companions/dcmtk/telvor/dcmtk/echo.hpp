@@ -40,7 +40,8 @@ struct EchoTls {
   // The profile's protocol versions and cipher suites (see tls_profile_conversion.hpp);
   // profile0, no DICOM profile, leaves the TLS library's defaults in place.
   TLSSecurityProfile securityProfile = TLSSecurityProfile::profile1;
-  // Refuse a peer whose certificate is not signed by one of the trusted authorities.
+  // Refuse a peer whose certificate does not lead to one of the trusted authorities.
+  // DCMTK checks the chain, not the host name the certificate was issued for.
   bool verifyPeerCertificate = false;
   // Presented to the peer when present; otherwise none is.
   std::optional<CertificateFiles> clientCertificate;
