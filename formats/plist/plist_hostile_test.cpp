@@ -89,7 +89,9 @@ INSTANTIATE_TEST_SUITE_P(
     Xml, PlistHostileInput,
     testing::Values(
         Hostile{"empty", "", Kind::malformed, "no <plist> element"},
-        Hostile{"json", "{\"a\": 1}", Kind::malformed, "text outside a value at line 1, column 1"},
+        Hostile{"json", "{\"a\": 1}", Kind::malformed, "text before <plist> (neither an XML nor a binary"},
+        Hostile{"textInArray", "<plist><array>\n  x</array></plist>", Kind::malformed,
+                "text outside a value at line 2, column 3"},
         Hostile{"truncated", "<plist><dict><key>a</key>", Kind::malformed, "unexpected end inside <dict>"},
         Hostile{"mismatched", "<plist><array></dict></plist>", Kind::malformed, "</dict> closes <array>"},
         Hostile{"unknownElement", "<plist><set/></plist>", Kind::malformed, "unknown element <set>"},

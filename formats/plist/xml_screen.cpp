@@ -173,8 +173,10 @@ class XmlScreen {
     if (const Open* scalar = openScalar()) {
       if (!isText(scalar->element)) scalarText_ += chunk;
     } else if (!isBlank(chunk)) {
-      fail(pos_ + static_cast<std::size_t>(std::find_if_not(chunk.begin(), chunk.end(), isSpace) - chunk.begin()),
-           "text outside a value");
+      const std::size_t at =
+          pos_ + static_cast<std::size_t>(std::find_if_not(chunk.begin(), chunk.end(), isSpace) - chunk.begin());
+      fail(at, phase_ == Phase::prologue ? "text before <plist> (neither an XML nor a binary property list)"
+                                         : "text outside a value");
     }
     pos_ = end;
   }
