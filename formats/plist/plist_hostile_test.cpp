@@ -109,6 +109,7 @@ INSTANTIATE_TEST_SUITE_P(
         Hostile{"integerEmpty", inDict("<integer/>"), Kind::malformed, "malformed <integer>"},
         Hostile{"realWord", inDict("<real>abc</real>"), Kind::malformed, "malformed <real>"},
         Hostile{"datePartial", inDict("<date>2020-01-01</date>"), Kind::malformed, "malformed <date>"},
+        Hostile{"dateNoSuchDay", inDict("<date>2023-02-29T00:00:00Z</date>"), Kind::malformed, "malformed <date>"},
         Hostile{"dataNotBase64", inDict("<data>!!!</data>"), Kind::malformed, "malformed <data>"},
         Hostile{"internalSubset", "<!DOCTYPE plist [ <!ENTITY a \"b\"> ]><plist><dict/></plist>", Kind::malformed,
                 "internal subset"},

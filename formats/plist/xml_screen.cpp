@@ -96,7 +96,8 @@ bool isReal(std::string_view s) {
          (error == std::errc() || error == std::errc::result_out_of_range);
 }
 
-// 2024-01-31T12:00:00Z, the one form property-list writers use.
+// 2024-01-31T12:00:00Z, the one form property-list writers use, naming a day that
+// exists (libplist would quietly turn 2023-02-30 into 2023-03-02).
 bool isDate(std::string_view s) {
   s = trimmed(s);
   constexpr std::string_view shape = "dddd-dd-ddTdd:dd:ddZ";
@@ -105,8 +106,13 @@ bool isDate(std::string_view s) {
     if (shape[i] == 'd' ? !isDigit(s[i]) : s[i] != shape[i]) return false;
   }
   auto field = [&](std::size_t at) { return (s[at] - '0') * 10 + (s[at + 1] - '0'); };
-  return field(5) >= 1 && field(5) <= 12 && field(8) >= 1 && field(8) <= 31 && field(11) <= 23 && field(14) <= 59 &&
-         field(17) <= 59;
+  const int year = field(0) * 100 + field(2);
+  const int month = field(5);
+  if (month < 1 || month > 12) return false;
+  constexpr std::array<int, 12> kDays{31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+  const int days = month == 2 && !leap ? 28 : kDays[static_cast<std::size_t>(month - 1)];
+  return field(8) >= 1 && field(8) <= days && field(11) <= 23 && field(14) <= 59 && field(17) <= 59;
 }
 
 // Base64 with padding; whitespace anywhere.

@@ -20,7 +20,8 @@ namespace telvor::plist::detail {
 //   mismatched or unterminated elements, text outside scalar elements, a dictionary
 //   whose keys and values do not alternate, an <integer> that is not a decimal (or 0x
 //   hexadecimal) number from -2^63 to 2^64-1 without leading zeros, a <real> that is not
-//   a number, a <date> not of the form 2024-01-31T12:00:00Z, <data> that is not base64.
+//   a number, a <date> not of the form 2024-01-31T12:00:00Z or naming a day that does
+//   not exist, <data> that is not base64.
 void screenXml(std::string_view text);
 
 }  // namespace telvor::plist::detail

@@ -34,8 +34,8 @@
 // - nesting of arrays and dictionaries deeper than kMaxDepth (the root is level 1);
 // - XML that is not well formed as far as a property list goes: unknown markup, an
 //   integer, real, date or data element whose text is not that kind's form (libplist
-//   would read "abc" as 0, "010" as 8 and -9223372036854775809 as the largest Int64), a
-//   key without a value, content after the root;
+//   would read "abc" as 0, "010" as 8, -9223372036854775809 as the largest Int64 and
+//   2023-02-30 as March 2nd), a key without a value, content after the root;
 // - binary property lists that are truncated or point outside themselves, contain a
 //   cycle, hold an integer that needs more than 64 bits, or whose shared objects would
 //   expand, copied once per reference as libplist copies them, to more values than the
