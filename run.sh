@@ -77,15 +77,45 @@ cmd_tsan() {
   TSAN_OPTIONS=halt_on_error=1 suite "$dir" -R "${TSAN_TESTS:-Concurrency|Palette}"
 }
 
+# Installs into a scratch prefix, checks that the installed headers stand on their own
+# (no path into the source or build tree), then builds examples/consumer three ways:
+# find_package(Telvor), pkg-config, and FetchContent from the sources.
 cmd_install_check() {
   deps
-  local dir=$BUILD_ROOT/install-check prefix=$BUILD_ROOT/install-check/prefix
+  local dir=$BUILD_ROOT/install-check
+  local prefix=$dir/prefix
+  rm -rf "$prefix"
   configure "$dir/lib" -DCMAKE_INSTALL_PREFIX="$prefix" -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=OFF
   build "$dir/lib"
   cmake --install "$dir/lib" >/dev/null
+  local pcdir libdir
+  pcdir=$(dirname "$(find "$prefix" -name telvor.pc)")
+  libdir=$(dirname "$pcdir")
+
+  echo "installed headers compile against the prefix alone"
+  if grep -rIl -e "$ROOT/telvor" -e "$ROOT/formats" -e "$dir/lib" "$prefix"; then
+    echo "install-check: the files above name the source or build tree" >&2
+    exit 1
+  fi
+  (cd "$prefix/include" && find telvor -name '*.hpp' | sort) |
+    xargs -P "$JOBS" -I{} sh -c 'echo "#include <{}>" | '"${CXX:-g++}"' -std=c++20 -fsyntax-only \
+      -Wall -Wextra -Wpedantic -Werror -I"'"$prefix"'/include" -x c++ - || { echo "  in {}" >&2; exit 255; }'
+
+  echo "find_package(Telvor):"
   cmake -S "$ROOT/examples/consumer" -B "$dir/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
-  build "$dir/consumer"
-  LD_LIBRARY_PATH="$prefix/lib:${LD_LIBRARY_PATH:-}" "$dir/consumer/telvor-consumer"
+  build "$dir/consumer" >/dev/null
+  LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" "$dir/consumer/telvor-consumer"
+
+  echo "pkg-config telvor telvor-json telvor-plist:"
+  # shellcheck disable=SC2046
+  "${CXX:-g++}" -std=c++20 -o "$dir/telvor-consumer-pc" "$ROOT/examples/consumer/main.cpp" \
+    $(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs telvor telvor-json telvor-plist)
+  LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" "$dir/telvor-consumer-pc"
+
+  echo "FetchContent (add_subdirectory):"
+  cmake -S "$ROOT/examples/consumer" -B "$dir/fetch" -G Ninja -DTELVOR_SOURCE_DIR="$ROOT" >/dev/null
+  build "$dir/fetch" >/dev/null
+  "$dir/fetch/telvor-consumer"
 }
 
 cmd_demo() {

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <limits>
+#include <string_view>
 
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/json/json.hpp"
@@ -71,6 +72,41 @@ TEST(TransferSyntax, AnUnknownCodeIsDataCorruptedNamingEnumerationTypeAndValue) 
     EXPECT_THROW(json::decode<TS>(text), DecodingError) << text;
 }
 
+TEST(TransferSyntax, UidsAreTheRegisteredOnesAndLeadBackToTheirCase) {
+  EXPECT_EQ(uid(TS::EXS_LittleEndianImplicit), "1.2.840.10008.1.2");
+  EXPECT_EQ(uid(TS::EXS_LittleEndianExplicit), "1.2.840.10008.1.2.1");
+  EXPECT_EQ(uid(TS::EXS_DeflatedLittleEndianExplicit), "1.2.840.10008.1.2.1.99");
+  EXPECT_EQ(uid(TS::EXS_JPEGProcess14SV1), "1.2.840.10008.1.2.4.70");
+  EXPECT_EQ(uid(TS::EXS_RLELossless), "1.2.840.10008.1.2.5");
+  EXPECT_EQ(uid(TS::EXS_HEVCMain10ProfileLevel5_1), "1.2.840.10008.1.2.4.108");
+  EXPECT_EQ(uid(TS::EXS_PrivateGE_LEI_WithBigEndianPixelData), "1.2.840.113619.5.2");
+  for (const TS ts : allCases<TS>()) {
+    if (uid(ts).empty()) continue;
+    EXPECT_EQ(transferSyntaxFromUid(uid(ts)), ts) << uid(ts);
+  }
+  // DCMTK's checks against its own table run in the companion's tests.
+}
+
+TEST(TransferSyntax, OnlyTheUnregisteredSyntaxesLackAUid) {
+  std::size_t withoutUid = 0;
+  for (const TS ts : allCases<TS>()) withoutUid += uid(ts).empty();
+  EXPECT_EQ(withoutUid, 2u);
+  EXPECT_EQ(uid(TS::EXS_Unknown), "");
+  EXPECT_EQ(uid(TS::EXS_BigEndianImplicit), "");
+  EXPECT_EQ(uid(static_cast<TS>(42)), "");
+}
+
+TEST(TransferSyntax, ReverseLookUpIsExactApartFromTheNulPad) {
+  using namespace std::string_view_literals;
+  EXPECT_EQ(transferSyntaxFromUid("1.2.840.10008.1.2.4.50\0"sv), TS::EXS_JPEGProcess1);
+  EXPECT_EQ(transferSyntaxFromUid("1.2.840.10008.1.2\0"sv), TS::EXS_LittleEndianImplicit);
+  for (const std::string_view text :
+       {""sv, "\0"sv, "1.2.840.10008.1.2.\0"sv, "1.2.840.10008.1.2.4"sv, "1.2.840.10008.1.2.4.50 "sv,
+        " 1.2.840.10008.1.2"sv, "1.2.840.10008.1.2.1\0\0"sv, "1.2.840.10008.1.2.4.500"sv,
+        "Explicit VR Little Endian"sv, "EXS_LittleEndianExplicit"sv})
+    EXPECT_EQ(transferSyntaxFromUid(text), std::nullopt) << text;
+}
+
 // Operations the contract gives TransferSyntax exist; the hooks are constrained so an
 // enumeration without them does not compile.
 static_assert(requires(TS t) {
@@ -83,6 +119,8 @@ static_assert(requires(TS t) {
 static_assert(Codable<TS>);
 static_assert(fromRawValue<TS>(std::numeric_limits<std::int64_t>::max()) == std::nullopt);
 static_assert(title(TS::EXS_Unknown) == "Unknown");
+static_assert(uid(TS::EXS_JPEG2000) == "1.2.840.10008.1.2.4.91");
+static_assert(transferSyntaxFromUid("1.2.840.10008.1.2.2") == TS::EXS_BigEndianExplicit);
 
 }  // namespace
 }  // namespace telvor

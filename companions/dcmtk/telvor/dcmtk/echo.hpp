@@ -1,0 +1,104 @@
+// A DICOM C-ECHO (verification) to one peer, through DCMTK, with a verdict a person can act on.
+//
+//   telvor::dcmtk::EchoTarget target{.address = "10.0.0.5", .port = 104, .calledAeTitle = "ARCHIVE"};
+//   auto result = telvor::dcmtk::echo(target, "VIEWER", std::chrono::seconds(2));
+//   if (!result.answered()) show(result.reason);
+//   // "Connection to 10.0.0.5:104 refused: no DICOM service listens on that port; ..."
+//
+// The echo connects (over TLS when asked), requests an association proposing the
+// Verification service, sends one C-ECHO, and releases the association. It never throws
+// for network conditions and never logs: every outcome is a result. Most applications
+// probe nodes through telvor/dcmtk/node_probe.hpp, which builds the target from a node.
+//
+// DCMTK keeps its connection and socket timeouts and its loggers in process-wide state.
+// While at least one echo runs, the companion sets those timeouts (to the largest timeout
+// among the echoes running at that moment) and switches DCMTK's network, TLS and data
+// loggers off; it puts back the previous settings when the last echo ends. DCMTK also
+// ignores SIGPIPE from its first network use on.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "telvor/dcmtk/telvor_dcmtk_export.hpp"
+#include "telvor/vocabulary/tls_security_profile.hpp"
+
+namespace telvor::dcmtk {
+
+// A client certificate and its private key, as unencrypted PEM files.
+struct CertificateFiles {
+  std::string certificateFile;
+  std::string privateKeyFile;
+};
+
+// How to speak TLS to a peer.
+struct EchoTls {
+  // The profile's protocol versions and cipher suites (see tls_profile_conversion.hpp);
+  // profile0, no DICOM profile, leaves the TLS library's defaults in place.
+  TLSSecurityProfile securityProfile = TLSSecurityProfile::profile1;
+  // Refuse a peer whose certificate does not lead to one of the trusted authorities.
+  // DCMTK checks the chain, not the host name the certificate was issued for.
+  bool verifyPeerCertificate = false;
+  // Presented to the peer when present; otherwise none is.
+  std::optional<CertificateFiles> clientCertificate;
+  // Certificates of trusted authorities (PEM files), and folders of them (hashed names,
+  // as OpenSSL's c_rehash makes them). Needed when verifyPeerCertificate is on.
+  std::vector<std::string> trustedCertificateFiles;
+  std::vector<std::string> trustedCertificateDirectories;
+};
+
+// The peer to echo.
+struct EchoTarget {
+  std::string address;         // host name or IPv4 address
+  std::uint16_t port = 104;    // TCP port, 1 to 65535
+  std::string calledAeTitle;   // the peer's AE title, 1 to 16 characters
+  std::optional<EchoTls> tls;  // absent: plain TCP
+};
+
+// How an echo ended. `answered` means the peer is reachable; `notAttempted` and
+// `localSetupFailed` say nothing about the peer; every other value means it could not be
+// reached as configured.
+enum class EchoOutcome {
+  answered,                  // the peer answered the C-ECHO with Success
+  notAttempted,              // the target or the calling AE title is unusable
+  localSetupFailed,          // this side's TLS or network set-up failed (files, profile)
+  addressNotFound,           // the host name does not resolve
+  connectionRefused,         // nothing listens on the port
+  connectionFailed,          // no TCP connection for another reason (unreachable, ...)
+  timedOut,                  // no connection, association answer or echo answer in time
+  tlsHandshakeFailed,        // TLS did not come up (certificate, profile, not TLS)
+  connectionClosed,          // the peer hung up or aborted before answering
+  associationRejected,       // the peer rejected the association (AE titles, load, ...)
+  verificationNotAccepted,   // association accepted, but not the Verification service
+  echoFailed,                // the C-ECHO was answered with a status other than Success
+  protocolError,             // the peer answered, but not as a DICOM service does
+};
+
+struct EchoResult {
+  EchoOutcome outcome = EchoOutcome::notAttempted;
+  // What happened and what to do about it, in one or two sentences; empty when answered.
+  std::string reason;
+
+  bool answered() const noexcept { return outcome == EchoOutcome::answered; }
+  // True when the result tells something about the peer (reachable or not).
+  bool attempted() const noexcept {
+    return outcome != EchoOutcome::notAttempted && outcome != EchoOutcome::localSetupFailed;
+  }
+};
+
+// The timeout used when none is given.
+inline constexpr std::chrono::milliseconds kDefaultEchoTimeout = std::chrono::seconds(5);
+
+// Echoes `target`, presenting `callingAeTitle` (1 to 16 printable ASCII characters, no
+// backslash). Connecting, the association's answer, the echo's answer and the release
+// each wait at most `timeout`; DCMTK counts whole seconds, so it is rounded up to the
+// next whole second (at least one).
+// Safe to call from several threads at once. Throws only std::bad_alloc.
+TELVOR_DCMTK_API EchoResult echo(const EchoTarget& target, std::string_view callingAeTitle,
+                                 std::chrono::milliseconds timeout = kDefaultEchoTimeout);
+
+}  // namespace telvor::dcmtk

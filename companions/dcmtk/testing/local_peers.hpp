@@ -1,0 +1,396 @@
+// Peers on this computer for the probe's tests: DCMTK's own storescp and dcmqrscp started
+// as child processes, TCP listeners that never answer, and an in-process SCP that answers
+// C-ECHO the way a test asks. Everything listens on a free port and is stopped by its
+// destructor; tests connect to 127.0.0.1 only.
+#pragma once
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "dcmtk/config/osconfig.h"
+#include "dcmtk/dcmnet/scp.h"
+
+extern char** environ;
+
+namespace telvor::dcmtk::test_peers {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+// The full path of `name` on PATH, or empty when it is not installed.
+inline std::string findProgram(const std::string& name) {
+  const char* path = std::getenv("PATH");
+  std::stringstream dirs(path ? path : "/usr/bin:/bin");
+  for (std::string dir; std::getline(dirs, dir, ':');) {
+    const fs::path candidate = fs::path(dir) / name;
+    if (::access(candidate.c_str(), X_OK) == 0) return candidate;
+  }
+  return {};
+}
+
+// A fresh folder, removed with everything in it at the end.
+class TempDir {
+ public:
+  TempDir() {
+    std::string pattern = (fs::temp_directory_path() / "telvor-dcmtk-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) != nullptr) path_ = pattern;
+  }
+  ~TempDir() {
+    std::error_code ignored;
+    if (!path_.empty()) fs::remove_all(path_, ignored);
+  }
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  const fs::path& path() const { return path_; }
+  fs::path operator/(const std::string& name) const { return path_ / name; }
+
+ private:
+  fs::path path_;
+};
+
+// A child process with its output in a log file; terminated (then killed) and reaped by
+// the destructor.
+class ChildProcess {
+ public:
+  ChildProcess(const std::vector<std::string>& argv, const fs::path& log) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_adddup2(&actions, 1, 2);
+    std::vector<char*> args;
+    for (const auto& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
+    args.push_back(nullptr);
+    if (posix_spawn(&pid_, argv[0].c_str(), &actions, nullptr, args.data(), environ) != 0) pid_ = -1;
+    posix_spawn_file_actions_destroy(&actions);
+  }
+  ~ChildProcess() {
+    if (pid_ <= 0 || exited_) return;
+    ::kill(pid_, SIGTERM);
+    if (waitFor(2s)) return;
+    ::kill(pid_, SIGKILL);
+    waitFor(5s);
+  }
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  bool started() const { return pid_ > 0; }
+  bool running() {
+    if (pid_ <= 0 || exited_) return false;
+    return !reap(WNOHANG);
+  }
+  // Waits up to `limit` for the process to end; its exit status, or absent.
+  std::optional<int> exitStatus(std::chrono::milliseconds limit) {
+    if (pid_ <= 0) return std::nullopt;
+    if (!exited_ && !waitFor(limit)) return std::nullopt;
+    return status_;
+  }
+
+ private:
+  bool reap(int flags) {
+    int status = 0;
+    const pid_t r = ::waitpid(pid_, &status, flags);
+    if (r == pid_ || r < 0) {
+      exited_ = true;
+      status_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    return exited_;
+  }
+  bool waitFor(std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!reap(WNOHANG)) {
+      if (std::chrono::steady_clock::now() > end) return false;
+      std::this_thread::sleep_for(10ms);
+    }
+    return true;
+  }
+
+  pid_t pid_ = -1;
+  bool exited_ = false;
+  int status_ = -1;
+};
+
+// Runs a program to its end (at most `limit`); true when it exits with 0.
+inline bool runProgram(const std::vector<std::string>& argv, const fs::path& log, std::chrono::milliseconds limit = 60s) {
+  ChildProcess child(argv, log);
+  return child.started() && child.exitStatus(limit) == 0;
+}
+
+// A TCP port on 127.0.0.1 that nothing used a moment ago.
+inline std::uint16_t freePort() {
+  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t length = sizeof address;
+  std::uint16_t port = 0;
+  if (::bind(fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
+      ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+    port = ntohs(address.sin_port);
+  ::close(fd);
+  return port;
+}
+
+// Whether something listens on `port` (IPv4 or IPv6), read from the kernel's socket table
+// so that no connection is made to the listener.
+inline bool isListening(std::uint16_t port) {
+  char suffix[8];
+  std::snprintf(suffix, sizeof suffix, ":%04X", port);
+  for (const char* table : {"/proc/net/tcp", "/proc/net/tcp6"}) {
+    std::ifstream in(table);
+    std::string line;
+    std::getline(in, line);  // header
+    while (std::getline(in, line)) {
+      std::istringstream fields(line);
+      std::string slot, local, remote, state;
+      fields >> slot >> local >> remote >> state;
+      if (state == "0A" && local.size() > 5 && local.ends_with(suffix)) return true;
+    }
+  }
+  return false;
+}
+
+// Waits (bounded) until `port` listens or `process` has ended.
+inline bool waitUntilListening(std::uint16_t port, ChildProcess& process, std::chrono::milliseconds limit = 10s) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (std::chrono::steady_clock::now() < end) {
+    if (isListening(port)) return true;
+    if (!process.running()) return false;
+    std::this_thread::sleep_for(20ms);
+  }
+  return false;
+}
+
+// A DCMTK server program listening on a free port; a few ports are tried in case another
+// process takes one between choosing and binding it.
+class ServerProcess {
+ public:
+  // `argv` without the port, which is appended.
+  ServerProcess(std::vector<std::string> argv, const fs::path& log) {
+    for (int attempt = 0; attempt < 3 && !ready_; ++attempt) {
+      port_ = freePort();
+      auto args = argv;
+      args.push_back(std::to_string(port_));
+      process_.emplace(args, log);
+      ready_ = process_->started() && waitUntilListening(port_, *process_);
+      if (!ready_) process_.reset();
+    }
+  }
+  bool ready() const { return ready_; }
+  std::uint16_t port() const { return port_; }
+
+ private:
+  std::optional<ChildProcess> process_;
+  std::uint16_t port_ = 0;
+  bool ready_ = false;
+};
+
+// dcmqrscp knowing one AE title of its own; it rejects associations that call any other.
+inline ServerProcess startDcmqrscp(const TempDir& dir, const std::string& aeTitle) {
+  fs::create_directories(dir / "db");
+  std::ofstream(dir / "dcmqrscp.cfg") << "MaxPDUSize = 16384\nMaxAssociations = 4\n"
+                                      << "HostTable BEGIN\nHostTable END\nVendorTable BEGIN\nVendorTable END\n"
+                                      << "AETable BEGIN\n" << aeTitle << " " << (dir / "db").string()
+                                      << " R (10, 1024mb) ANY\nAETable END\n";
+  return ServerProcess({findProgram("dcmqrscp"), "--single-process", "-c", (dir / "dcmqrscp.cfg").string()},
+                       dir / "dcmqrscp.log");
+}
+
+// A self-signed certificate and its key, made with openssl.
+struct Certificate {
+  fs::path certificate;
+  fs::path key;
+};
+
+inline std::optional<Certificate> makeCertificate(const TempDir& dir, const std::string& name) {
+  Certificate made{dir / (name + ".pem"), dir / (name + ".key")};
+  const bool ok = runProgram({findProgram("openssl"), "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout",
+                              made.key.string(), "-out", made.certificate.string(), "-days", "1", "-subj",
+                              "/CN=" + name},
+                             dir / (name + ".log"));
+  if (!ok) return std::nullopt;
+  return made;
+}
+
+// A socket that listens on 127.0.0.1 and never says a word: the kernel completes the
+// connection, nobody reads the association request.
+class SilentListener {
+ public:
+  explicit SilentListener(int backlog = 8) {
+    fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (::bind(fd_, reinterpret_cast<sockaddr*>(&address), length) == 0 && ::listen(fd_, backlog) == 0 &&
+        ::getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+      port_ = ntohs(address.sin_port);
+  }
+  ~SilentListener() {
+    for (const int fd : fillers_) ::close(fd);
+    ::close(fd_);
+  }
+  SilentListener(const SilentListener&) = delete;
+  SilentListener& operator=(const SilentListener&) = delete;
+
+  std::uint16_t port() const { return port_; }
+
+  // Fills the accept queue with connections of its own so that the kernel drops further
+  // connection attempts: connecting then times out. True when a further attempt indeed
+  // goes unanswered for 300 ms.
+  bool fillBacklog() {
+    for (int i = 0; i < 8; ++i) fillers_.push_back(connectNonBlocking());
+    std::this_thread::sleep_for(100ms);
+    const int probe = connectNonBlocking();
+    fillers_.push_back(probe);
+    fd_set writable;
+    FD_ZERO(&writable);
+    FD_SET(probe, &writable);
+    timeval wait{0, 300000};
+    return ::select(probe + 1, nullptr, &writable, nullptr, &wait) == 0;
+  }
+
+ private:
+  int connectNonBlocking() const {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port_);
+    ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    return fd;
+  }
+
+  int fd_ = -1;
+  std::uint16_t port_ = 0;
+  std::vector<int> fillers_;
+};
+
+// An SCP in this process that answers C-ECHO as told: with a given status, or not at all
+// (it waits until the requester gives up). Offers only the SOP classes it is given.
+class ScriptedScp : public DcmSCP {
+ public:
+  struct Script {
+    std::vector<std::string> sopClasses{UID_VerificationSOPClass};
+    std::uint16_t echoStatus = 0;  // Success
+    bool answerEcho = true;
+  };
+
+  explicit ScriptedScp(Script script) : script_(std::move(script)) {
+    OFList<OFString> syntaxes;
+    syntaxes.push_back(UID_LittleEndianExplicitTransferSyntax);
+    syntaxes.push_back(UID_LittleEndianImplicitTransferSyntax);
+    for (const auto& sop : script_.sopClasses) addPresentationContext(sop.c_str(), syntaxes);
+    setAETitle("SCRIPTED");
+    setConnectionBlockingMode(DUL_NOBLOCK);
+    setConnectionTimeout(1);
+    setACSETimeout(2);
+    for (int attempt = 0; attempt < 3 && !ready_; ++attempt) {
+      port_ = freePort();
+      setPort(port_);
+      ready_ = openListenPort().good();
+    }
+    if (ready_) thread_ = std::thread([this] { acceptAssociations(); });
+  }
+  ~ScriptedScp() override {
+    stop_ = true;
+    if (thread_.joinable()) thread_.join();
+  }
+
+  bool ready() const { return ready_; }
+  std::uint16_t port() const { return port_; }
+
+ protected:
+  OFCondition handleECHORequest(T_DIMSE_C_EchoRQ& request, const T_ASC_PresentationContextID presentation) override {
+    if (!script_.answerEcho) {
+      while (!stop_ && isConnected()) std::this_thread::sleep_for(20ms);
+      return EC_Normal;
+    }
+    T_DIMSE_Message response{};
+    response.CommandField = DIMSE_C_ECHO_RSP;
+    T_DIMSE_C_EchoRSP& echo = response.msg.CEchoRSP;
+    echo.MessageIDBeingRespondedTo = request.MessageID;
+    OFStandard::strlcpy(echo.AffectedSOPClassUID, request.AffectedSOPClassUID, sizeof echo.AffectedSOPClassUID);
+    echo.DataSetType = DIMSE_DATASET_NULL;
+    echo.DimseStatus = script_.echoStatus;
+    echo.opts = O_ECHO_AFFECTEDSOPCLASSUID;
+    return sendDIMSEMessage(presentation, &response, nullptr);
+  }
+  void notifyAbortRequest() override {}  // the requester gave up; nothing to tell
+  OFBool stopAfterConnectionTimeout() override { return stop_.load(); }
+  OFBool stopAfterCurrentAssociation() override { return stop_.load(); }
+
+ private:
+  Script script_;
+  std::atomic<bool> stop_{false};
+  std::uint16_t port_ = 0;
+  bool ready_ = false;
+  std::thread thread_;
+};
+
+// An SCP that accepts every association but none of the services proposed in it (DCMTK's
+// own SCPs reject such associations instead).
+class AcceptNothingScp {
+ public:
+  AcceptNothingScp() {
+    for (int attempt = 0; attempt < 3 && network_ == nullptr; ++attempt) {
+      port_ = freePort();
+      if (ASC_initializeNetwork(NET_ACCEPTOR, port_, 2, &network_).bad()) network_ = nullptr;
+    }
+    if (network_ != nullptr) thread_ = std::thread([this] { serve(); });
+  }
+  ~AcceptNothingScp() {
+    stop_ = true;
+    if (thread_.joinable()) thread_.join();
+    if (network_ != nullptr) ASC_dropNetwork(&network_);
+  }
+  AcceptNothingScp(const AcceptNothingScp&) = delete;
+  AcceptNothingScp& operator=(const AcceptNothingScp&) = delete;
+
+  bool ready() const { return network_ != nullptr; }
+  std::uint16_t port() const { return port_; }
+
+ private:
+  void serve() {
+    while (!stop_) {
+      T_ASC_Association* association = nullptr;
+      const OFCondition c = ASC_receiveAssociation(network_, &association, ASC_DEFAULTMAXPDU, nullptr, nullptr,
+                                                   OFFalse, DUL_NOBLOCK, 1);
+      if (c.good()) {
+        T_ASC_PresentationContext context;
+        for (int i = 0; i < ASC_countPresentationContexts(association->params); ++i)
+          if (ASC_getPresentationContext(association->params, i, &context).good())
+            ASC_refusePresentationContext(association->params, context.presentationContextID,
+                                          ASC_P_ABSTRACTSYNTAXNOTSUPPORTED);
+        if (ASC_acknowledgeAssociation(association).good()) ASC_dataWaiting(association, 2);  // the requester's abort
+        ASC_dropSCPAssociation(association, 1);
+      }
+      if (association != nullptr) ASC_destroyAssociation(&association);
+    }
+  }
+
+  T_ASC_Network* network_ = nullptr;
+  std::uint16_t port_ = 0;
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
+}  // namespace telvor::dcmtk::test_peers

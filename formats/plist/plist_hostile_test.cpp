@@ -1,0 +1,225 @@
+// Input the property-list reader must refuse cleanly: malformed and truncated lists,
+// unexpected shapes, values with no counterpart, and lists built to exhaust the stack
+// or memory (these run under AddressSanitizer in CI).
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "telvor/plist/plist.hpp"
+
+namespace telvor {
+namespace {
+
+using plist::PlistError;
+using Kind = PlistError::Kind;
+
+std::string bigEndian(std::uint64_t value, std::size_t width) {
+  std::string out;
+  for (std::size_t i = width; i-- > 0;) out += static_cast<char>((value >> (8 * i)) & 0xFF);
+  return out;
+}
+
+// A binary list of the given objects (marker and payload each, references `refSize`
+// bytes wide), object 0 at the top.
+std::string binaryList(const std::vector<std::string>& objects, std::size_t refSize = 1) {
+  std::string out = "bplist00";
+  std::vector<std::uint64_t> offsets;
+  for (const auto& object : objects) {
+    offsets.push_back(out.size());
+    out += object;
+  }
+  const std::uint64_t table = out.size();
+  for (auto offset : offsets) out += bigEndian(offset, 8);
+  out += std::string(6, '\0') + static_cast<char>(8) + static_cast<char>(refSize);
+  return out + bigEndian(objects.size(), 8) + bigEndian(0, 8) + bigEndian(table, 8);
+}
+
+std::string marker(unsigned value) { return std::string(1, static_cast<char>(value)); }
+
+// Object i is an array holding object i + 1; the last is an empty array.
+std::string nestedBinaryArrays(std::size_t depth) {
+  std::vector<std::string> objects;
+  for (std::size_t i = 0; i + 1 < depth; ++i) objects.push_back(marker(0xA1) + bigEndian(i + 1, 4));
+  objects.push_back(marker(0xA0));
+  return binaryList(objects, 4);
+}
+
+std::string nestedXmlArrays(std::size_t depth, bool closed = true) {
+  std::string out = "<plist>";
+  for (std::size_t i = 0; i < depth; ++i) out += "<array>";
+  if (!closed) return out;
+  for (std::size_t i = 0; i < depth; ++i) out += "</array>";
+  return out + "</plist>";
+}
+
+std::string inDict(const std::string& value) { return "<plist><dict><key>k</key>" + value + "</dict></plist>"; }
+
+// {"k": object 2}: object 1 is the key.
+std::string binaryDictWith(const std::string& object) {
+  return binaryList({marker(0xD1) + marker(1) + marker(2), marker(0x51) + "k", object});
+}
+
+struct Hostile {
+  const char* name;
+  std::string bytes;
+  Kind kind;
+  const char* mentions;  // what the message must say
+};
+
+void PrintTo(const Hostile& h, std::ostream* os) { *os << h.name; }
+
+class PlistHostileInput : public testing::TestWithParam<Hostile> {};
+
+TEST_P(PlistHostileInput, IsRefusedWithAClearError) {
+  const auto& h = GetParam();
+  try {
+    plist::parse(h.bytes);
+    FAIL() << "accepted";
+  } catch (const PlistError& e) {
+    EXPECT_EQ(e.kind(), h.kind) << e.what();
+    EXPECT_NE(std::string(e.what()).find(h.mentions), std::string::npos) << e.what();
+  }
+}
+
+const std::string kValidBinary = binaryDictWith(marker(0x10) + marker(7));
+
+INSTANTIATE_TEST_SUITE_P(
+    Xml, PlistHostileInput,
+    testing::Values(
+        Hostile{"empty", "", Kind::malformed, "no <plist> element"},
+        Hostile{"json", "{\"a\": 1}", Kind::malformed, "text before <plist> (neither an XML nor a binary"},
+        Hostile{"textInArray", "<plist><array>\n  x</array></plist>", Kind::malformed,
+                "text outside a value at line 2, column 3"},
+        Hostile{"truncated", "<plist><dict><key>a</key>", Kind::malformed, "unexpected end inside <dict>"},
+        Hostile{"mismatched", "<plist><array></dict></plist>", Kind::malformed, "</dict> closes <array>"},
+        Hostile{"unknownElement", "<plist><set/></plist>", Kind::malformed, "unknown element <set>"},
+        Hostile{"trailing", "<plist><dict/></plist>\n<plist><dict/></plist>", Kind::malformed,
+                "a second <plist> at line 2"},
+        Hostile{"keyWithoutValue", "<plist><dict><key>a</key></dict></plist>", Kind::malformed,
+                "a key without a value"},
+        Hostile{"valueWithoutKey", "<plist><dict><true/></dict></plist>", Kind::malformed, "without a key"},
+        Hostile{"integerWord", inDict("<integer>abc</integer>"), Kind::malformed, "malformed <integer> \"abc\""},
+        Hostile{"integerOctalLooking", inDict("<integer>010</integer>"), Kind::malformed, "malformed <integer>"},
+        Hostile{"integerBelowInt64", inDict("<integer>-9223372036854775809</integer>"), Kind::malformed,
+                "malformed <integer>"},
+        Hostile{"integerAbove64Bits", inDict("<integer>18446744073709551616</integer>"), Kind::malformed,
+                "malformed <integer>"},
+        Hostile{"integerEmpty", inDict("<integer/>"), Kind::malformed, "malformed <integer>"},
+        Hostile{"realWord", inDict("<real>abc</real>"), Kind::malformed, "malformed <real>"},
+        Hostile{"datePartial", inDict("<date>2020-01-01</date>"), Kind::malformed, "malformed <date>"},
+        Hostile{"dateNoSuchDay", inDict("<date>2023-02-29T00:00:00Z</date>"), Kind::malformed, "malformed <date>"},
+        Hostile{"dataNotBase64", inDict("<data>!!!</data>"), Kind::malformed, "malformed <data>"},
+        Hostile{"internalSubset", "<!DOCTYPE plist [ <!ENTITY a \"b\"> ]><plist><dict/></plist>", Kind::malformed,
+                "internal subset"},
+        Hostile{"attribute", "<plist><dict a=\"1\"/></plist>", Kind::malformed, "attributes on <dict>"},
+        Hostile{"nulInKey", "<plist><dict><key>a" + std::string(1, '\0') + "b</key><true/></dict></plist>",
+                Kind::malformed, "a NUL character at line 1, column 20"},
+        Hostile{"invalidUtf8", inDict("<string>\xC3\x28</string>"), Kind::unsupportedValue,
+                "text at $.k is not valid UTF-8"},
+        Hostile{"rootString", "<plist><string>a</string></plist>", Kind::unexpectedShape,
+                "the root is a string, not a dictionary or an array of dictionaries"},
+        Hostile{"elementNotDictionary", "<plist><array><dict/><dict/><dict/><string>x</string></array></plist>",
+                Kind::unexpectedShape, "the root array's element at index 3 is a string, not a dictionary"},
+        Hostile{"deepArrays", nestedXmlArrays(100000), Kind::tooDeep, "nested deeper than 64 levels"},
+        Hostile{"deepUnclosed", nestedXmlArrays(1000000, false), Kind::tooDeep, "nested deeper than 64 levels"},
+        Hostile{"deepCommentTrick",
+                // closing tags inside a comment must not count against the depth
+                [] {
+                  std::string s = "<plist>";
+                  for (int i = 0; i < 200; ++i) s += "<array><!-- </array> -->";
+                  return s;
+                }(),
+                Kind::tooDeep, "nested deeper than 64 levels"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+INSTANTIATE_TEST_SUITE_P(
+    Binary, PlistHostileInput,
+    testing::Values(
+        Hostile{"truncated", kValidBinary.substr(0, kValidBinary.size() - 5), Kind::malformed,
+                "truncated or damaged trailer"},
+        Hostile{"otherVersion", "bplist15" + kValidBinary.substr(8), Kind::malformed, "\"bplist15\""},
+        Hostile{"referenceOutside", binaryList({marker(0xA1) + marker(9)}), Kind::malformed,
+                "binary object 0 refers to object 9 of 1"},
+        Hostile{"countBeyondEnd", binaryList({marker(0xAF) + marker(0x13) + bigEndian(1ull << 62, 8)}),
+                Kind::malformed, "binary object 0 is truncated"},
+        Hostile{"cycle", binaryList({marker(0xA1) + marker(1), marker(0xA1) + marker(0)}), Kind::malformed,
+                "a cycle of references through binary object 0"},
+        Hostile{"integerBeyond64Bits", binaryDictWith(marker(0x14) + bigEndian(1, 8) + bigEndian(0, 8)),
+                Kind::malformed, "binary object 2 is an integer beyond 64 bits"},
+        Hostile{"uid", binaryDictWith(marker(0x80) + marker(3)), Kind::unsupportedValue, "UID"},
+        Hostile{"nulInKey", binaryList({marker(0xD1) + marker(1) + marker(2), marker(0x53) + std::string("a\0b", 3),
+                                        marker(0x09)}),
+                Kind::unsupportedValue, "binary object 1, a string, contains a NUL character"},
+        Hostile{"nulInText", binaryDictWith(marker(0x53) + std::string("a\0b", 3)), Kind::unsupportedValue,
+                "binary object 2, a string, contains a NUL character"},
+        Hostile{"nulInUtf16Key", binaryList({marker(0xD1) + marker(1) + marker(2),
+                                             marker(0x62) + std::string("\0a\0\0", 4), marker(0x09)}),
+                Kind::unsupportedValue, "binary object 1, a string, contains a NUL character"},
+        Hostile{"rootInteger", binaryList({marker(0x10) + marker(1)}), Kind::unexpectedShape,
+                "the root is an integer"},
+        Hostile{"deepArrays", nestedBinaryArrays(100000), Kind::tooDeep, "nested deeper than 64 levels"},
+        Hostile{"sharedExpansion",
+                // 40 levels, each an array holding the next level twice: 2^40 values in 478 bytes
+                [] {
+                  std::vector<std::string> objects;
+                  for (unsigned i = 0; i + 1 < 40; ++i) objects.push_back(marker(0xA2) + marker(i + 1) + marker(i + 1));
+                  objects.push_back(marker(0xA0));
+                  return binaryList(objects);
+                }(),
+                Kind::tooLarge, "of 478 bytes whose shared objects expand to more than 478 values"},
+        Hostile{"sharedText",
+                // 2000 references to one 60 000-byte string: 120 MB from 62 kB
+                [] {
+                  std::string array = marker(0xAF) + marker(0x11) + bigEndian(2000, 2);
+                  for (int i = 0; i < 2000; ++i) array += marker(1);
+                  return binaryList({array, marker(0x5F) + marker(0x11) + bigEndian(60000, 2) + std::string(60000, 'x')});
+                }(),
+                Kind::tooLarge, "expand to more than 67108864 bytes"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(PlistHostile, TheBinaryHelperMakesReadableLists) {
+  // The fixtures above are only meaningful if an undamaged list built the same way reads.
+  EXPECT_EQ(plist::parseDictionary(kValidBinary).readInt("k"), 7);
+}
+
+TEST(PlistHostile, NestingExactlyAtTheLimitIsRead) {
+  // The root array is level 1, so kMaxDepth levels of arrays hold no dictionary: the
+  // shape is refused, but only after the depth was accepted.
+  for (const std::string& bytes : {nestedXmlArrays(plist::kMaxDepth), nestedBinaryArrays(plist::kMaxDepth)}) {
+    try {
+      plist::parse(bytes);
+      FAIL() << "accepted";
+    } catch (const PlistError& e) {
+      EXPECT_EQ(e.kind(), Kind::unexpectedShape) << e.what();
+    }
+  }
+  for (const std::string& bytes : {nestedXmlArrays(plist::kMaxDepth + 1), nestedBinaryArrays(plist::kMaxDepth + 1)}) {
+    EXPECT_THROW(plist::parse(bytes), PlistError);
+  }
+}
+
+TEST(PlistHostile, SharedScalarsAsWritersProduceThemAreRead) {
+  // Writers store equal strings once and refer to them from every dictionary.
+  std::vector<std::string> objects{marker(0xA3) + marker(1) + marker(1) + marker(1),
+                                   marker(0xD1) + marker(2) + marker(3), marker(0x51) + "k", marker(0x51) + "v"};
+  const auto document = plist::parse(binaryList(objects));
+  ASSERT_EQ(document.dictionaries.size(), 3u);
+  EXPECT_EQ(document.dictionaries[2].readString("k"), "v");
+}
+
+TEST(PlistHostile, MoreThanFourGibibytesAreRefusedUnread) {
+  static const char byte = '<';
+  // Nothing past the first byte is touched: the length alone is refused.
+  const std::string_view huge(&byte, std::size_t{1} << 32);
+  try {
+    plist::parse(huge);
+    FAIL() << "accepted";
+  } catch (const PlistError& e) {
+    EXPECT_EQ(e.kind(), Kind::tooLarge);
+  }
+}
+
+}  // namespace
+}  // namespace telvor

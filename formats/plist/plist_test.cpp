@@ -1,0 +1,204 @@
+// Property lists in and out: the kind mapping, round trips in both forms, output shape,
+// and values the writer refuses.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "telvor/plist/plist.hpp"
+
+namespace telvor {
+namespace {
+
+using plist::Format;
+using plist::PlistError;
+using plist::PropertyListDocument;
+
+constexpr auto kInt64Min = std::numeric_limits<std::int64_t>::min();
+constexpr auto kInt64Max = std::numeric_limits<std::int64_t>::max();
+constexpr auto kUint64Max = std::numeric_limits<std::uint64_t>::max();
+
+PropertyValue other(PropertyOther value) { return PropertyValue::other(std::move(value)); }
+
+// A dictionary with every kind, the integer edges and every kind of other.
+PropertyDictionary everyKind() {
+  PropertyDictionary nested{{"inner", PropertyValue::integer(-42)}, {"flag", PropertyValue::boolean(false)}};
+  return PropertyDictionary{
+      {"AETitle", PropertyValue::text("ARCHIVE")},
+      {"accent", PropertyValue::text("caf\u00e9 \u2603")},
+      {"empty", PropertyValue::text("")},
+      {"minusOne", PropertyValue::integer(-1)},
+      {"int64Min", PropertyValue::integer(kInt64Min)},
+      {"int64Max", PropertyValue::integer(kInt64Max)},
+      {"zero", PropertyValue::integer(0)},
+      {"isDicomNode", PropertyValue::boolean(true)},
+      {"isQueryable", PropertyValue::boolean(false)},
+      {"real", other(PropertyOther(0.1))},
+      {"date", other(PropertyOther(PropertyDate{612705600}))},
+      {"data", other(PropertyOther(PropertyOther::Data{0x00, 0x01, 0xFE, 0xFF}))},
+      {"noData", other(PropertyOther(PropertyOther::Data{}))},
+      {"uint64Max", other(PropertyOther(kUint64Max))},
+      {"twoTo63", other(PropertyOther(std::uint64_t{1} << 63))},
+      {"list",
+       other(PropertyOther(PropertyOther::Array{PropertyValue::integer(-7), PropertyValue::text("two"),
+                                                other(PropertyOther(PropertyOther::Array{})),
+                                                other(PropertyOther(nested))}))},
+      {"nested", other(PropertyOther(nested))},
+      {"emptyNested", other(PropertyOther(PropertyDictionary{}))},
+  };
+}
+
+class PlistRoundTrip : public testing::TestWithParam<Format> {};
+
+TEST_P(PlistRoundTrip, EveryKindComesBackUnchanged) {
+  const PropertyDictionary original = everyKind();
+  const std::string bytes = plist::serialize(original, GetParam());
+  EXPECT_EQ(plist::parseDictionary(bytes), original);
+  // A second cycle gives the same bytes: nothing drifts.
+  EXPECT_EQ(plist::serialize(plist::parseDictionary(bytes), GetParam()), bytes);
+}
+
+TEST_P(PlistRoundTrip, ANumberObjectComesBackAsAnInteger) {
+  const PropertyDictionary original{{"transferSyntax", PropertyValue::numberObject(-1)}};
+  const auto back = plist::parseDictionary(plist::serialize(original, GetParam()));
+  EXPECT_EQ(back.find("transferSyntax")->kind(), PropertyValue::Kind::integer);
+  EXPECT_EQ(back.readInt("transferSyntax"), -1);
+}
+
+TEST_P(PlistRoundTrip, AnUnsignedIntegerWithinInt64IsAnInteger) {
+  const PropertyDictionary original{{"n", other(PropertyOther(std::uint64_t{5}))}};
+  EXPECT_EQ(plist::parseDictionary(plist::serialize(original, GetParam())).readInt("n"), 5);
+}
+
+TEST_P(PlistRoundTrip, ArraysOfDictionariesKeepTheirOrderAndShape) {
+  const PropertyListDocument many{{PropertyDictionary{{"AETitle", PropertyValue::text("B")}},
+                                   PropertyDictionary{},
+                                   PropertyDictionary{{"AETitle", PropertyValue::text("A")}}},
+                                  true};
+  EXPECT_EQ(plist::parse(plist::serialize(many, GetParam())), many);
+  for (const PropertyListDocument& edge : {PropertyListDocument{{}, true}, PropertyListDocument{{{}}, true},
+                                           PropertyListDocument{{everyKind()}, false}}) {
+    EXPECT_EQ(plist::parse(plist::serialize(edge, GetParam())), edge);
+  }
+}
+
+TEST_P(PlistRoundTrip, NestingUpToTheLimitIsWrittenAndRead) {
+  PropertyDictionary deepest{{"leaf", PropertyValue::integer(1)}};
+  for (std::size_t level = 1; level < plist::kMaxDepth; ++level) {
+    deepest = PropertyDictionary{{"d", other(PropertyOther(std::move(deepest)))}};
+  }
+  EXPECT_EQ(plist::parseDictionary(plist::serialize(deepest, GetParam())), deepest);
+
+  const PropertyDictionary tooDeep{{"d", other(PropertyOther(deepest))}};
+  try {
+    plist::serialize(tooDeep, GetParam());
+    FAIL() << "wrote a dictionary nested " << plist::kMaxDepth + 1 << " levels deep";
+  } catch (const PlistError& e) {
+    EXPECT_EQ(e.kind(), PlistError::Kind::tooDeep);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, PlistRoundTrip, testing::Values(Format::xml, Format::binary),
+                         [](const auto& info) { return info.param == Format::xml ? "xml" : "binary"; });
+
+TEST(PlistRead, SignedIntegersKeepTheirSignAndLargeOnesBecomeOther) {
+  const auto d = plist::parseDictionary(
+      "<plist version=\"1.0\"><dict>"
+      "<key>a</key><integer>-1</integer>"
+      "<key>b</key><integer>-9223372036854775808</integer>"
+      "<key>c</key><integer>9223372036854775807</integer>"
+      "<key>d</key><integer>9223372036854775808</integer>"
+      "<key>e</key><integer>18446744073709551615</integer>"
+      "<key>f</key><integer>0x10</integer>"
+      "</dict></plist>");
+  EXPECT_EQ(d.readInt("a"), -1);
+  EXPECT_EQ(d.readInt("b"), kInt64Min);
+  EXPECT_EQ(d.readInt("c"), kInt64Max);
+  EXPECT_EQ(*d.find("d")->otherValue()->unsignedInteger(), std::uint64_t{1} << 63);
+  EXPECT_EQ(*d.find("e")->otherValue()->unsignedInteger(), kUint64Max);
+  EXPECT_EQ(d.readInt("f"), 16);
+}
+
+TEST(PlistRead, TheXmlFormKeepsDatesToTheSecondTheBinaryFormExactly) {
+  const PropertyDictionary original{{"when", other(PropertyOther(PropertyDate{612705600.25}))},
+                                    {"before2001", other(PropertyOther(PropertyDate{-3.5e9}))}};
+  EXPECT_EQ(plist::parseDictionary(plist::serialize(original, Format::binary)), original);
+  const auto xml = plist::parseDictionary(plist::serialize(original, Format::xml));
+  EXPECT_EQ(xml.find("when")->otherValue()->date()->secondsSinceReferenceDate, 612705600);
+  EXPECT_EQ(xml.find("before2001")->otherValue()->date()->secondsSinceReferenceDate, -3.5e9);
+}
+
+TEST(PlistWrite, TheBinaryFormHoldsAnyDate) {
+  const PropertyDictionary original{{"d", other(PropertyOther(PropertyDate{1e300}))},
+                                    {"e", other(PropertyOther(PropertyDate{-31588531200.0}))}};
+  EXPECT_EQ(plist::parseDictionary(plist::serialize(original, Format::binary)), original);
+  EXPECT_THROW(plist::serialize(original, Format::xml), PlistError);
+  // The first second of year 1000 is the XML form's earliest.
+  const PropertyDictionary earliest{{"e", other(PropertyOther(PropertyDate{-31588531200.0}))}};
+  EXPECT_EQ(plist::parseDictionary(plist::serialize(earliest, Format::xml)), earliest);
+}
+
+TEST(PlistRead, ADuplicateKeyKeepsItsLastValue) {
+  const auto d = plist::parseDictionary(
+      "<plist><dict><key>a</key><integer>1</integer><key>a</key><integer>2</integer></dict></plist>");
+  EXPECT_EQ(d.size(), 1u);
+  EXPECT_EQ(d.readInt("a"), 2);
+}
+
+TEST(PlistWrite, OutputIsDeterministicAndInKeyOrder) {
+  const std::string xml = plist::serialize(everyKind());
+  EXPECT_EQ(plist::serialize(everyKind()), xml);
+  EXPECT_TRUE(xml.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\"?>"));
+  EXPECT_LT(xml.find("<key>AETitle</key>"), xml.find("<key>accent</key>"));  // byte order: 'A' < 'a'
+  EXPECT_LT(xml.find("<key>minusOne</key>"), xml.find("<key>zero</key>"));
+  EXPECT_NE(xml.find("<integer>-1</integer>"), std::string::npos);
+  EXPECT_NE(xml.find("<integer>18446744073709551615</integer>"), std::string::npos);
+  EXPECT_TRUE(plist::serialize(everyKind(), Format::binary).starts_with("bplist00"));
+}
+
+struct Unwritable {
+  const char* name;
+  PropertyDictionary dictionary;
+  const char* mentions;
+};
+
+void PrintTo(const Unwritable& u, std::ostream* os) { *os << u.name; }
+
+class PlistUnwritable : public testing::TestWithParam<Unwritable> {};
+
+TEST_P(PlistUnwritable, IsRefusedWithThePath) {
+  try {
+    plist::serialize(GetParam().dictionary);
+    FAIL() << "written";
+  } catch (const PlistError& e) {
+    EXPECT_EQ(e.kind(), PlistError::Kind::unwritable);
+    EXPECT_NE(std::string(e.what()).find(GetParam().mentions), std::string::npos) << e.what();
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Values, PlistUnwritable,
+    testing::Values(
+        Unwritable{"invalidUtf8Text", {{"a", PropertyValue::text("\xC3\x28")}}, "text at $.a is not valid UTF-8"},
+        Unwritable{"nulInText", {{"a", PropertyValue::text(std::string("x\0y", 3))}}, "at $.a contains a NUL"},
+        Unwritable{"nulInKey", {{std::string("k\0", 2), PropertyValue::integer(1)}}, "a key in $ contains a NUL character"},
+        Unwritable{"invalidUtf8Key", {{"\xFF", PropertyValue::integer(1)}}, "a key in $ is not valid UTF-8"},
+        Unwritable{"dateBeyondYear9999", {{"d", other(PropertyOther(PropertyDate{252423993600.0}))}},
+                   "the date at $.d lies outside the years 1000 to 9999"},
+        Unwritable{"dateNotANumber",
+                   {{"d", other(PropertyOther(PropertyDate{std::numeric_limits<double>::quiet_NaN()}))}},
+                   "the date at $.d"},
+        Unwritable{"insideAList",
+                   {{"l", other(PropertyOther(PropertyOther::Array{PropertyValue::integer(1),
+                                                                   PropertyValue::text("\xFF")}))}},
+                   "text at $.l[1]"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(PlistWrite, SeveralDictionariesNeedTheArrayMark) {
+  EXPECT_THROW(plist::serialize(PropertyListDocument{{{}, {}}, false}), PlistError);
+  EXPECT_THROW(plist::serialize(PropertyListDocument{{}, false}), PlistError);
+}
+
+}  // namespace
+}  // namespace telvor
