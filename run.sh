@@ -128,7 +128,7 @@ cmd_demo() {
   "$tool" list
   echo
   echo "\$ telvor-nodes convert --to json examples/nodes.plist   (first node shown)"
-  "$tool" convert --to json examples/nodes.plist | head -n 40
+  "$tool" convert --to json examples/nodes.plist | awk '{ print } /^  },?$/ { print "  ..."; exit }'
 }
 
 cmd_bench() {
