@@ -25,6 +25,12 @@ TEST(TextEquals, CanonicalEquivalence) {
       {"q\u0323\u0307", "q\u0307\u0323", true},     // combining marks reorder canonically
       {"\ufb01", "fi", false},                      // a compatibility ligature is not canonical
       {"e\u0301x", "\u00e9y", false},
+      // Differences past the first eight bytes, found a word at a time.
+      {"ARCHIVE_0001_MAIN", "ARCHIVE_0001_MAIM", false},
+      {"0123456789abcdef", "0123456789abcdef!", false},
+      {"0123456789abcdef\u0301", "0123456789abcdef", false},
+      {"0123456789abcde\u00e9", "0123456789abcdee\u0301", true},
+      {"Kinderklinik Z\u00fcrich", "Kinderklinik Zu\u0308rich", true},
   };
   for (const auto& p : pairs) {
     EXPECT_EQ(textEquals(p.a, p.b), p.equal) << p.a << " vs " << p.b;
