@@ -38,6 +38,25 @@ TEST(TextEquals, CanonicalEquivalence) {
   }
 }
 
+// The first difference is searched in blocks and overlapping words; every length and
+// offset around their edges must still be found.
+TEST(TextEquals, FindsTheDifferenceAtEveryOffset) {
+  for (std::size_t length = 0; length <= 40; ++length) {
+    const std::string text(length, 'x');
+    EXPECT_TRUE(textEquals(text, std::string(text)));
+    EXPECT_FALSE(textEquals(text, text + "x")) << length;
+    for (std::size_t at = 0; at < length; ++at) {
+      std::string other = text;
+      other[at] = 'y';
+      EXPECT_FALSE(textEquals(text, other)) << length << " at " << at;
+      // Precomposed against decomposed at the same offset: equal only canonically.
+      const std::string precomposed = text.substr(0, at) + "\u00e9" + text.substr(at);
+      const std::string decomposed = text.substr(0, at) + "e\u0301" + text.substr(at);
+      EXPECT_TRUE(textEquals(precomposed, decomposed)) << length << " at " << at;
+    }
+  }
+}
+
 TEST(TextEquals, InvalidUtf8ComparesByItsBytes) {
   const std::string bad = "caf\xC3";
   EXPECT_TRUE(textEquals(bad, bad));
