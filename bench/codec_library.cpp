@@ -2,9 +2,9 @@
 #include <boost/json/monotonic_resource.hpp>
 
 #include <cstdint>
+#include <stdexcept>
 
 #include "codecs.hpp"
-#include "telvor/coding/coding_error.hpp"
 #include "telvor/json/json.hpp"
 
 namespace bench::library {

@@ -1,7 +1,7 @@
 // telvor-bench: the library against hand-written nlohmann::json, direct Boost.JSON and
 // simdjson, plus the dictionary form, enumerations and text equality; a summary of the
 // targets follows the usual table. Google Benchmark's flags apply
-// (--benchmark_filter=decode, --benchmark_repetitions=3, ...).
+// (--benchmark_filter=encode, --benchmark_out=results.json, ...).
 #include <benchmark/benchmark.h>
 
 #include <fstream>

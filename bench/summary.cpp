@@ -1,9 +1,10 @@
 #include "summary.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "benches.hpp"
 

@@ -154,7 +154,8 @@ inline SingleValueDecodingContainer Decoder::singleValueContainer() const noexce
 }
 
 // The entries of a keyed value, looked up by the keys of K. Entries under names that K
-// does not know are never read and never an error.
+// does not know are never read and never an error. A container remembers where its last
+// entry was found, to look there next; so one container is used by one thread at a time.
 template <CodingKey K>
 class KeyedDecodingContainer {
  public:
