@@ -7,9 +7,9 @@
 //   textEquals("\u00e9", "e\u0301")   // true: "é" precomposed and decomposed
 //   textEquals("ARCHIVE", "archive")  // false: letter case counts
 //
-// Byte-equal texts, and pairs that are both ASCII, are answered inline without
-// normalising.
-// A text that is not valid UTF-8 has no canonical form: it equals only its own bytes.
+// Byte-equal texts, and texts whose first difference is ASCII on both sides, are answered
+// inline without normalising. A text that is not valid UTF-8 has no canonical form: it
+// equals only its own bytes.
 #pragma once
 
 #include <bit>
@@ -87,8 +87,10 @@ inline std::size_t firstDifference(std::string_view a, std::string_view b) noexc
 
 // True when the two texts are canonically equivalent; see above. Never throws: should
 // normalisation be impossible (invalid UTF-8, memory exhausted) the bytes are compared.
-// Inline up to the first difference, so that ASCII texts cost about what operator==
-// costs; only a difference at a non-ASCII byte calls into the library.
+// Inline up to the first difference, so that equal texts cost about what operator==
+// costs; only a difference at a non-ASCII byte calls into the library. (Texts of other
+// lengths cost more than operator==, which decides them from the sizes: a text and its
+// decomposition differ in length, so the bytes must be read.)
 inline bool textEquals(std::string_view a, std::string_view b) noexcept {
   const std::size_t i = detail::firstDifference(a, b);
   if (i == a.size() && i == b.size()) return true;
