@@ -135,7 +135,7 @@ cmd_bench() {
   deps
   local dir=$BUILD_ROOT/bench
   configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}" -DCMAKE_BUILD_TYPE=Release -DTELVOR_BUILD_BENCH=ON \
-    -DTELVOR_BUILD_TESTS=OFF
+    -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=OFF -DTELVOR_BUILD_DCMTK=OFF
   build "$dir"
   "$dir/bench/telvor-bench" "$@"
 }
