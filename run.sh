@@ -128,14 +128,14 @@ cmd_demo() {
   "$tool" list
   echo
   echo "\$ telvor-nodes convert --to json examples/nodes.plist   (first node shown)"
-  "$tool" convert --to json examples/nodes.plist | head -n 40
+  "$tool" convert --to json examples/nodes.plist | awk '{ print } /^  },?$/ { print "  ..."; exit }'
 }
 
 cmd_bench() {
   deps
   local dir=$BUILD_ROOT/bench
   configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}" -DCMAKE_BUILD_TYPE=Release -DTELVOR_BUILD_BENCH=ON \
-    -DTELVOR_BUILD_TESTS=OFF
+    -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=OFF -DTELVOR_BUILD_DCMTK=OFF
   build "$dir"
   "$dir/bench/telvor-bench" "$@"
 }

@@ -5,7 +5,8 @@
 #   <prefix>/include/telvor/json/...           target's headers
 #   <prefix>/include/telvor/plist/...
 #   <prefix>/<libdir>/libtelvor*.so|.a
-#   <prefix>/<libdir>/cmake/Telvor/            find_package(Telvor [COMPONENTS json plist])
+#   <prefix>/include/telvor/dcmtk/...          (when the DCMTK companion is built)
+#   <prefix>/<libdir>/cmake/Telvor/            find_package(Telvor [COMPONENTS json plist dcmtk])
 #   <prefix>/<libdir>/pkgconfig/telvor*.pc     telvor, telvor-json, telvor-plist
 #
 # Each format is an optional component with an export set of its own, so a package
@@ -67,11 +68,14 @@ install(FILES ${_telvor_generated}/telvor_export.hpp DESTINATION ${CMAKE_INSTALL
 telvor_install_target(telvor TelvorTargets)
 telvor_install_pkgconfig(telvor)
 
-# Formats: headers from formats/<name>/telvor/<name>/.
+# Formats and the DCMTK companion: headers from <folder>/telvor/<name>/.
 set(TELVOR_INSTALLED_COMPONENTS)
-foreach(_telvor_format IN ITEMS json plist)
+set(_telvor_folder_json formats/json)
+set(_telvor_folder_plist formats/plist)
+set(_telvor_folder_dcmtk companions/dcmtk)
+foreach(_telvor_format IN ITEMS json plist dcmtk)
   if(TARGET telvor_${_telvor_format})
-    install(DIRECTORY ${PROJECT_SOURCE_DIR}/formats/${_telvor_format}/telvor/${_telvor_format}/
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/${_telvor_folder_${_telvor_format}}/telvor/${_telvor_format}/
       DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/telvor/${_telvor_format}
       COMPONENT Telvor_Development
       FILES_MATCHING PATTERN "*.hpp"
@@ -84,7 +88,9 @@ foreach(_telvor_format IN ITEMS json plist)
     string(SUBSTRING ${_telvor_format} 1 -1 _rest)
     string(TOUPPER ${_first} _first)
     telvor_install_target(telvor_${_telvor_format} Telvor${_first}${_rest}Targets)
-    telvor_install_pkgconfig(telvor-${_telvor_format})
+    if(EXISTS ${PROJECT_SOURCE_DIR}/cmake/install/telvor-${_telvor_format}.pc.in)
+      telvor_install_pkgconfig(telvor-${_telvor_format})
+    endif()
     list(APPEND TELVOR_INSTALLED_COMPONENTS ${_telvor_format})
   endif()
 endforeach()

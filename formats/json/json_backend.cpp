@@ -50,6 +50,25 @@ DecoderBackend::Position JsonDecoderBackend::entry(Position keyed, std::string_v
   return at(keyed).get_object().if_contains(key);
 }
 
+// Objects keep their entries in the order they were read, and coded forms read their keys
+// in the order they wrote them: the entry after the last one found is usually the one.
+// Boost.JSON keeps one entry per key, so a match at the hint is the entry.
+DecoderBackend::Position JsonDecoderBackend::findEntry(Position keyed, std::string_view key,
+                                                       std::size_t& hint) const noexcept {
+  const auto& object = at(keyed).get_object();
+  if (hint < object.size()) {
+    const auto& candidate = object.begin()[hint];
+    if (candidate.key() == key) {
+      ++hint;
+      return &candidate.value();
+    }
+  }
+  const auto found = object.find(key);
+  if (found == object.end()) return nullptr;
+  hint = static_cast<std::size_t>(found - object.begin()) + 1;
+  return &found->value();
+}
+
 std::size_t JsonDecoderBackend::entryCount(Position keyed) const noexcept { return at(keyed).get_object().size(); }
 
 std::string_view JsonDecoderBackend::entryName(Position keyed, std::size_t index) const noexcept {
@@ -69,6 +88,11 @@ EncoderBackend::Slot JsonEncoderBackend::makeKeyed(Slot slot) {
   auto& v = *static_cast<boost::json::value*>(slot);
   if (!v.is_object()) v.emplace_object();
   return &v.get_object();
+}
+
+// Objects otherwise grow by half again from one entry, copying their entries each time.
+void JsonEncoderBackend::expectEntries(Slot keyed, std::size_t count) {
+  static_cast<boost::json::object*>(keyed)->reserve(count);
 }
 
 EncoderBackend::Slot JsonEncoderBackend::entry(Slot keyed, std::string_view key) {

@@ -1,5 +1,6 @@
 #include <boost/json/parser.hpp>
 #include <boost/json/serialize.hpp>
+#include <boost/json/serializer.hpp>
 
 #include <algorithm>
 #include <string>
@@ -64,12 +65,30 @@ void writePretty(std::string& out, const boost::json::value& v, int indent, int 
   }
 }
 
+// Compact text through a chunk on the stack, appended to the result: the result grows
+// geometrically without first being filled with zeros, as boost::json::serialize's is.
+std::string writeCompact(const boost::json::value& document) {
+  boost::json::serializer serializer;
+  serializer.reset(&document);
+  std::string out;
+  char chunk[16 * 1024];
+  while (!serializer.done()) {
+    const auto written = serializer.read(chunk, sizeof chunk);
+    out.append(written.data(), written.size());
+  }
+  return out;
+}
+
 }  // namespace
 
 boost::json::value parse(std::string_view text, boost::json::storage_ptr storage) {
   boost::json::parse_options options;
   options.max_depth = kMaxDepth;
-  boost::json::parser parser(storage, options);
+  // The parser's own working stack starts in this buffer; the document itself goes to
+  // `storage`, which the parser only uses once reset() names it.
+  unsigned char temporary[BOOST_JSON_STACK_BUFFER_SIZE];
+  boost::json::parser parser({}, options, temporary);
+  parser.reset(std::move(storage));
   boost::system::error_code ec;
   const std::size_t consumed = parser.write(text.data(), text.size(), ec);
   if (ec) refuse(text, consumed, ec);
@@ -77,7 +96,7 @@ boost::json::value parse(std::string_view text, boost::json::storage_ptr storage
 }
 
 std::string serialize(const boost::json::value& document, WriteOptions options) {
-  if (options.indent <= 0) return boost::json::serialize(document);
+  if (options.indent <= 0) return writeCompact(document);
   std::string out;
   writePretty(out, document, options.indent, 0);
   return out;

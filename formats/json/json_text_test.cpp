@@ -58,6 +58,13 @@ TEST(JsonText, AcceptsNestingUpToTheLimit) {
   EXPECT_NO_THROW(json::parse(text));
 }
 
+TEST(JsonText, TheDocumentLivesInTheGivenStorage) {
+  boost::json::monotonic_resource scratch;
+  const auto document = json::parse(R"({"a":{"b":["a text longer than any small-string buffer"]}})", &scratch);
+  EXPECT_EQ(document.storage().get(), &scratch);
+  EXPECT_EQ(document.at("a").at("b").as_array()[0].as_string().storage().get(), &scratch);
+}
+
 TEST(JsonText, IndentedOutputPutsOneEntryOnALine) {
   const auto document = json::parse(R"({"a":1,"b":{},"c":{"d":[true,null]},"e":[]})");
   EXPECT_EQ(json::serialize(document, {.indent = 2}),

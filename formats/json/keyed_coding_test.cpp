@@ -120,6 +120,32 @@ TEST(KeyedCoding, IgnoresUnknownKeysAndKeysDifferingInLetterCase) {
   EXPECT_TRUE(e.codingPath().empty());
 }
 
+TEST(KeyedCoding, FindsKeysInAnyOrder) {
+  // Reversed, with unknown keys between and a duplicate: lookups that follow the written
+  // order miss here and must still find every entry.
+  const auto tree = json::decode<Tree>(
+      R"({"group":{"note":"n"},"x":1,"syntax":27,"optionalLeaf":{"label":"o","count":2,"flag":true},)"
+      R"("leaf":{"count":3,"label":"l","flag":false,"count":4}})");
+  EXPECT_EQ(tree.leaf, (Leaf{false, 4, "l"}));
+  EXPECT_EQ(tree.optionalLeaf, (Leaf{true, 2, "o"}));
+  EXPECT_EQ(tree.syntax, TransferSyntax::EXS_JPEG2000);
+  EXPECT_EQ(tree.note, "n");
+}
+
+TEST(KeyedCoding, TextReadsAsAViewOfTheDocument) {
+  const auto document = json::parse(R"({"flag":true,"count":1,"label":"caf\u00e9"})");
+  json::JsonDecoderBackend backend;
+  const auto c = Decoder(backend, &document).container<LeafKeys>();
+  const auto label = c.decode<std::string_view>(LeafKeys::label);
+  EXPECT_EQ(label, "caf\u00e9");
+  EXPECT_EQ(label.data(), document.at("label").as_string().data());
+  EXPECT_EQ(c.decodeIfPresent<std::string_view>(LeafKeys::label), label);
+  const auto e = capture<DecodingError>([&] { c.decode<std::string_view>(LeafKeys::count); });
+  EXPECT_EQ(e.kind(), DecodingError::Kind::typeMismatch);
+  EXPECT_EQ(e.expectedType(), "String");
+  EXPECT_EQ(e.codingPath(), keys({"count"}));
+}
+
 TEST(KeyedCoding, AnEmptyNestedContainerReadsBackPresentAndEmpty) {
   const auto document = json::toDocument(Tree{});
   ASSERT_TRUE(document.as_object().at("group").is_object());

@@ -6,6 +6,10 @@ namespace telvor {
 
 DecoderBackend::~DecoderBackend() = default;
 
+DecoderBackend::Position DecoderBackend::findEntry(Position keyed, std::string_view key, std::size_t&) const noexcept {
+  return entry(keyed, key);
+}
+
 namespace detail {
 namespace {
 
@@ -45,9 +49,9 @@ std::int64_t readInt(const DecoderBackend& backend, Position value, const Coding
   return backend.intValue(value);
 }
 
-std::string readText(const DecoderBackend& backend, Position value, const CodingPathLink& at) {
+std::string_view readText(const DecoderBackend& backend, Position value, const CodingPathLink& at) {
   if (backend.kind(value) != DecoderBackend::ValueKind::text) throwMismatch(backend, value, at, "String");
-  return std::string(backend.textValue(value));
+  return backend.textValue(value);
 }
 
 void throwKeyNotFound(const CodingPathLink& container, std::string_view key) {

@@ -50,6 +50,10 @@ class TELVOR_API DecoderBackend {
   virtual std::string describe(Position value) const = 0;
   // The entry under `key` of a keyed value, or null when there is none.
   virtual Position entry(Position keyed, std::string_view key) const noexcept = 0;
+  // The same as entry(), given `hint`: a place to look first that the format keeps up to
+  // date. A format whose entries keep their order can answer keys read in the order they
+  // were written without searching. The default ignores the hint; `hint` starts at 0.
+  virtual Position findEntry(Position keyed, std::string_view key, std::size_t& hint) const noexcept;
   // The names of a keyed value's entries, in the format's order.
   virtual std::size_t entryCount(Position keyed) const noexcept = 0;
   virtual std::string_view entryName(Position keyed, std::size_t index) const noexcept = 0;
@@ -71,13 +75,13 @@ constexpr std::string_view primitiveTypeName() noexcept {
 }
 
 template <class T>
-concept DecodablePrimitive =
-    std::same_as<T, bool> || std::same_as<T, std::int64_t> || std::same_as<T, std::string>;
+concept DecodablePrimitive = std::same_as<T, bool> || std::same_as<T, std::int64_t> ||
+                             std::same_as<T, std::string> || std::same_as<T, std::string_view>;
 
 TELVOR_API Position keyedOrThrow(const DecoderBackend& backend, Position value, const CodingPathLink& at);
 TELVOR_API bool readBool(const DecoderBackend& backend, Position value, const CodingPathLink& at);
 TELVOR_API std::int64_t readInt(const DecoderBackend& backend, Position value, const CodingPathLink& at);
-TELVOR_API std::string readText(const DecoderBackend& backend, Position value, const CodingPathLink& at);
+TELVOR_API std::string_view readText(const DecoderBackend& backend, Position value, const CodingPathLink& at);
 [[noreturn]] TELVOR_API void throwKeyNotFound(const CodingPathLink& container, std::string_view key);
 }  // namespace detail
 
@@ -114,15 +118,17 @@ template <class T>
 T decodeAt(const DecoderBackend& backend, Position value, const CodingPathLink& at) {
   if constexpr (std::is_same_v<T, bool>) return readBool(backend, value, at);
   else if constexpr (std::is_same_v<T, std::int64_t>) return readInt(backend, value, at);
-  else if constexpr (std::is_same_v<T, std::string>) return readText(backend, value, at);
+  else if constexpr (std::is_same_v<T, std::string>) return std::string(readText(backend, value, at));
+  else if constexpr (std::is_same_v<T, std::string_view>) return readText(backend, value, at);
   else {
-    static_assert(Codable<T>, "decode reads Bool, Int64, String or a codable type");
+    static_assert(Codable<T>, "decode reads Bool, Int64, String (std::string or std::string_view) or a codable type");
     return telvor::decode<T>(Decoder(backend, value, at));
   }
 }
 }  // namespace detail
 
-// One value read as a whole: an enumeration's code, a UUID's text.
+// One value read as a whole: an enumeration's code, a UUID's text. Reads the same
+// types as KeyedDecodingContainer::decode.
 class TELVOR_API SingleValueDecodingContainer {
  public:
   SingleValueDecodingContainer(const DecoderBackend& backend, DecoderBackend::Position value,
@@ -148,7 +154,8 @@ inline SingleValueDecodingContainer Decoder::singleValueContainer() const noexce
 }
 
 // The entries of a keyed value, looked up by the keys of K. Entries under names that K
-// does not know are never read and never an error.
+// does not know are never read and never an error. A container remembers where its last
+// entry was found, to look there next; so one container is used by one thread at a time.
 template <CodingKey K>
 class KeyedDecodingContainer {
  public:
@@ -173,13 +180,15 @@ class KeyedDecodingContainer {
   }
 
   // True when there is an entry under the key, null included.
-  bool contains(K key) const noexcept { return backend_->entry(keyed_, stringValue(key)) != nullptr; }
+  bool contains(K key) const noexcept { return lookup(key) != nullptr; }
 
   // The entry under the key: keyNotFound when missing, valueNotFound when null,
   // typeMismatch when of another kind; a codable type reads itself from the entry.
+  // Text reads as std::string, or as std::string_view: a view of the document's own
+  // text, allocation-free, valid while the document lives.
   template <class T>
   T decode(K key) const {
-    const DecoderBackend::Position value = backend_->entry(keyed_, stringValue(key));
+    const DecoderBackend::Position value = lookup(key);
     if (value == nullptr) detail::throwKeyNotFound(path_, stringValue(key));
     return detail::decodeAt<T>(*backend_, value, CodingPathLink(&path_, stringValue(key)));
   }
@@ -187,7 +196,7 @@ class KeyedDecodingContainer {
   // Absent when the key has no entry or a null one; otherwise exactly decode().
   template <class T>
   std::optional<T> decodeIfPresent(K key) const {
-    const DecoderBackend::Position value = backend_->entry(keyed_, stringValue(key));
+    const DecoderBackend::Position value = lookup(key);
     if (value == nullptr || backend_->kind(value) == DecoderBackend::ValueKind::null) return std::nullopt;
     return detail::decodeAt<T>(*backend_, value, CodingPathLink(&path_, stringValue(key)));
   }
@@ -197,16 +206,20 @@ class KeyedDecodingContainer {
   // container and must not outlive it.
   template <CodingKey N>
   KeyedDecodingContainer<N> nestedContainer(K key) const {
-    const DecoderBackend::Position value = backend_->entry(keyed_, stringValue(key));
+    const DecoderBackend::Position value = lookup(key);
     if (value == nullptr) detail::throwKeyNotFound(path_, stringValue(key));
     CodingPathLink at(&path_, stringValue(key));
     return KeyedDecodingContainer<N>(*backend_, detail::keyedOrThrow(*backend_, value, at), at);
   }
 
  private:
+  DecoderBackend::Position lookup(K key) const noexcept { return backend_->findEntry(keyed_, stringValue(key), hint_); }
+
   const DecoderBackend* backend_;
   DecoderBackend::Position keyed_;
   CodingPathLink path_;
+  // Where the next key is likely to be: coded forms read keys in the order they wrote them.
+  mutable std::size_t hint_ = 0;
 };
 
 }  // namespace telvor

@@ -6,6 +6,8 @@ namespace telvor {
 
 EncoderBackend::~EncoderBackend() = default;
 
+void EncoderBackend::expectEntries(Slot, std::size_t) {}
+
 namespace detail {
 
 void checkText(const EncoderBackend& backend, std::string_view text, const CodingPathLink& at) {

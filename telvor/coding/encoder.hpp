@@ -20,6 +20,7 @@
 #pragma once
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -44,6 +45,10 @@ class TELVOR_API EncoderBackend {
   // Makes the value in `slot` a keyed container (keeping it when it already is one) and
   // returns a handle to that container.
   virtual Slot makeKeyed(Slot slot) = 0;
+  // A hint, given right after makeKeyed, that at most `count` entries will be written
+  // into the keyed container (its key enumeration has that many keys), so that a format
+  // can make room for them at once. Ignoring it, as the default does, is correct.
+  virtual void expectEntries(Slot keyed, std::size_t count);
   // A fresh null value under `key` of a keyed container, replacing any earlier entry.
   virtual Slot entry(Slot keyed, std::string_view key) = 0;
   virtual void setBool(Slot slot, bool value) = 0;
@@ -65,6 +70,14 @@ concept EncodableInteger = std::integral<T> && !std::same_as<T, bool> &&
 
 // Raises invalidValue at `at` when the format cannot hold `text`.
 TELVOR_API void checkText(const EncoderBackend& backend, std::string_view text, const CodingPathLink& at);
+
+// The value in `slot` as a keyed container with room for K's keys.
+template <CodingKey K>
+Slot makeKeyedFor(EncoderBackend& backend, Slot slot) {
+  const Slot keyed = backend.makeKeyed(slot);
+  backend.expectEntries(keyed, codingKeyNamesOf<K>.size());
+  return keyed;
+}
 }  // namespace detail
 
 template <CodingKey K>
@@ -82,7 +95,7 @@ class TELVOR_API Encoder {
   // The value as a keyed container. Never fails.
   template <CodingKey K>
   KeyedEncodingContainer<K> container() {
-    return KeyedEncodingContainer<K>(*backend_, backend_->makeKeyed(slot_), path_);
+    return KeyedEncodingContainer<K>(*backend_, detail::makeKeyedFor<K>(*backend_, slot_), path_);
   }
 
   SingleValueEncodingContainer singleValueContainer() noexcept;
@@ -161,7 +174,8 @@ class KeyedEncodingContainer {
   template <CodingKey N>
   KeyedEncodingContainer<N> nestedContainer(K key) {
     const CodingPathLink at(&path_, stringValue(key));
-    return KeyedEncodingContainer<N>(*backend_, backend_->makeKeyed(backend_->entry(keyed_, stringValue(key))), at);
+    return KeyedEncodingContainer<N>(*backend_, detail::makeKeyedFor<N>(*backend_, backend_->entry(keyed_, stringValue(key))),
+                                     at);
   }
 
  private:

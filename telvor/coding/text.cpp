@@ -2,15 +2,12 @@
 
 #include <utf8proc.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
 namespace telvor {
 namespace {
-
-bool isAsciiByte(char c) noexcept { return static_cast<unsigned char>(c) < 0x80; }
 
 struct FreeDeleter {
   void operator()(utf8proc_uint8_t* p) const noexcept { std::free(p); }
@@ -31,7 +28,12 @@ Normalized decompose(std::string_view text, utf8proc_ssize_t& length) noexcept {
 
 bool isValidUtf8(std::string_view text) noexcept {
   std::size_t i = 0;
-  // Skip the ASCII prefix quickly; most texts are entirely ASCII.
+  // Skip the ASCII prefix eight bytes at a time; most texts are entirely ASCII.
+  constexpr std::uint64_t kHighBits = 0x8080808080808080u;
+  for (std::uint64_t word = 0; i + 8 <= text.size(); i += 8) {
+    std::memcpy(&word, text.data() + i, 8);
+    if ((word & kHighBits) != 0) break;
+  }
   while (i < text.size() && static_cast<unsigned char>(text[i]) < 0x80) ++i;
   const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
   while (i < text.size()) {
@@ -44,18 +46,9 @@ bool isValidUtf8(std::string_view text) noexcept {
   return true;
 }
 
-bool textEquals(std::string_view a, std::string_view b) noexcept {
-  if (a == b) return true;
-  // Where the texts first differ, an ASCII character (or the end of the text) on both
-  // sides settles it: ASCII characters are starters that neither decompose nor reorder,
-  // so the canonical forms differ at that same place. Only a non-ASCII difference needs
-  // normalising.
-  const std::size_t common = std::min(a.size(), b.size());
-  std::size_t i = 0;
-  while (i < common && a[i] == b[i]) ++i;
-  const bool settledA = i == a.size() || isAsciiByte(a[i]);
-  const bool settledB = i == b.size() || isAsciiByte(b[i]);
-  if (settledA && settledB) return false;
+namespace detail {
+
+bool canonicallyEqual(std::string_view a, std::string_view b) noexcept {
   if (!isValidUtf8(a) || !isValidUtf8(b)) return false;
   utf8proc_ssize_t lengthA = 0;
   utf8proc_ssize_t lengthB = 0;
@@ -65,4 +58,5 @@ bool textEquals(std::string_view a, std::string_view b) noexcept {
   return lengthA == lengthB && std::memcmp(na.get(), nb.get(), static_cast<std::size_t>(lengthA)) == 0;
 }
 
+}  // namespace detail
 }  // namespace telvor

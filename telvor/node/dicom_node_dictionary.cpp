@@ -1,6 +1,7 @@
 // The node's dictionary form: the settings store's long-standing flat keys.
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "telvor/node/detail/dictionary_reads.hpp"
 #include "telvor/node/detail/tls_keys.hpp"
@@ -33,7 +34,7 @@ constexpr std::string_view icon = "icon";
 // What an absent WADO URL is written as; stored data has always had it.
 constexpr std::string_view kAbsentWadoUrl = "wado";
 
-PropertyValue text(std::string_view value) { return PropertyValue::text(std::string(value)); }
+PropertyValue text(std::string value) { return PropertyValue::text(std::move(value)); }
 
 }  // namespace
 
@@ -66,27 +67,28 @@ DicomNode::DicomNode(const PropertyDictionary& d) : DicomNode() {
 std::optional<PropertyDictionary> DicomNode::toDictionary() const {
   if (!port || !aetitle || !address || !name) return std::nullopt;
   const auto number = [](auto code) { return PropertyValue::numberObject(rawValue(code)); };
-  PropertyDictionary d{
-      {std::string(key::aetitle), text(*aetitle)},
-      {std::string(key::port), text(*port)},
-      {std::string(key::name), text(*name)},
-      {std::string(key::address), text(*address)},
-      {std::string(key::isDicomNode), PropertyValue::boolean(isDicomNode)},
-      {std::string(key::transferSyntax), number(transferSyntax)},
-      {std::string(key::retrieveMode), number(retrieveMode)},
-      {std::string(key::queryRetrieve), PropertyValue::boolean(true)},
-      {std::string(key::send), PropertyValue::boolean(true)},
-      {std::string(key::activated), PropertyValue::boolean(true)},
-      {std::string(key::wadoPort), PropertyValue::integer(wadoSettings.port.value_or(0))},
-      {std::string(key::wadoTransferSyntax), number(wadoSettings.retrieveSyntax)},
-      {std::string(key::wadoUrl), text(wadoSettings.url.value_or(std::string(kAbsentWadoUrl)))},
-      {std::string(key::wadoPassword), text(wadoSettings.password.value_or(""))},
-      {std::string(key::wadoUsername), text(wadoSettings.username.value_or(""))},
-      {std::string(key::wadoHttps), PropertyValue::integer(wadoSettings.https ? 1 : 0)},
-  };
+  // Entries are moved in one by one: an initializer list would copy every key and text.
+  PropertyDictionary d;
+  const auto set = [&d](std::string_view key, PropertyValue value) { d.setValue(std::string(key), std::move(value)); };
+  set(key::aetitle, text(*aetitle));
+  set(key::port, text(*port));
+  set(key::name, text(*name));
+  set(key::address, text(*address));
+  set(key::isDicomNode, PropertyValue::boolean(isDicomNode));
+  set(key::transferSyntax, number(transferSyntax));
+  set(key::retrieveMode, number(retrieveMode));
+  set(key::queryRetrieve, PropertyValue::boolean(true));
+  set(key::send, PropertyValue::boolean(true));
+  set(key::activated, PropertyValue::boolean(true));
+  set(key::wadoPort, PropertyValue::integer(wadoSettings.port.value_or(0)));
+  set(key::wadoTransferSyntax, number(wadoSettings.retrieveSyntax));
+  set(key::wadoUrl, text(wadoSettings.url.value_or(std::string(kAbsentWadoUrl))));
+  set(key::wadoPassword, text(wadoSettings.password.value_or("")));
+  set(key::wadoUsername, text(wadoSettings.username.value_or("")));
+  set(key::wadoHttps, PropertyValue::integer(wadoSettings.https ? 1 : 0));
   detail::writeTlsKeys(tlsSettings ? &*tlsSettings : nullptr, d);
-  if (isQueryable == false) d.setValue(std::string(key::isQueryable), text("0"));
-  if (icon) d.setValue(std::string(key::icon), text(*icon));
+  if (isQueryable == false) set(key::isQueryable, text("0"));
+  if (icon) set(key::icon, text(*icon));
   return d;
 }
 

@@ -10,8 +10,14 @@
 
 #include "telvor/coding/codable.hpp"
 
+#include "support/enum_operations.hpp"
+
 namespace telvor {
 namespace {
+
+using testing_support::HasAllCases;
+using testing_support::HasId;
+using testing_support::HasTitle;
 
 using K = KeyBoardKeyCode;
 
@@ -64,12 +70,6 @@ TEST(KeyBoardKeyCode, NoOtherSixteenBitCodeGivesAKey) {
 
 // A key code is only matched against events: no list, identifier, title or coded form,
 // and the lookup takes the platform's 16-bit code.
-template <class E>
-concept HasAllCases = requires { allCases<E>(); };
-template <class E>
-concept HasId = requires(E e) { id(e); };
-template <class E>
-concept HasTitle = requires(E e) { title(e); };
 static_assert(!HasAllCases<K> && !HasId<K> && !HasTitle<K> && !Codable<K>);
 static_assert(std::is_same_v<decltype(&fromRawValue<K>), std::optional<K> (*)(std::uint16_t) noexcept>);
 static_assert(std::is_same_v<decltype(rawValue(K::escape)), std::uint16_t>);

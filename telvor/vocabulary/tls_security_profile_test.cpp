@@ -9,8 +9,12 @@
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/json/json.hpp"
 
+#include "support/enum_operations.hpp"
+
 namespace telvor {
 namespace {
+
+using testing_support::HasTitle;
 
 using P = TLSSecurityProfile;
 
@@ -43,8 +47,6 @@ TEST(TLSSecurityProfile, CodesOutsideZeroToFiveGiveNoCaseAndDoNotDecode) {
 }
 
 // A profile has no display title; a picker supplies its own labels.
-template <class E>
-concept HasTitle = requires(E e) { title(e); };
 static_assert(!HasTitle<P>);
 static_assert(Codable<P>);
 

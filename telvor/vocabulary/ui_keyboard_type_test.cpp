@@ -7,8 +7,14 @@
 
 #include "telvor/coding/codable.hpp"
 
+#include "support/enum_operations.hpp"
+
 namespace telvor {
 namespace {
+
+using testing_support::HasAllCases;
+using testing_support::HasId;
+using testing_support::HasTitle;
 
 using U = UIKeyboardType;
 
@@ -34,12 +40,6 @@ TEST(UIKeyboardType, CodeIsPositionAndNothingElseGivesACase) {
 }
 
 // A keyboard kind is only a hint: no list, identifier, title or coded form.
-template <class E>
-concept HasAllCases = requires { allCases<E>(); };
-template <class E>
-concept HasId = requires(E e) { id(e); };
-template <class E>
-concept HasTitle = requires(E e) { title(e); };
 static_assert(!HasAllCases<U> && !HasId<U> && !HasTitle<U> && !Codable<U>);
 static_assert(fromRawValue<U>(11) == U::asciiCapableNumberPad);
 

@@ -32,6 +32,7 @@ class TELVOR_JSON_API JsonDecoderBackend final : public DecoderBackend {
   ValueKind kind(Position value) const noexcept override;
   std::string describe(Position value) const override;
   Position entry(Position keyed, std::string_view key) const noexcept override;
+  Position findEntry(Position keyed, std::string_view key, std::size_t& hint) const noexcept override;
   std::size_t entryCount(Position keyed) const noexcept override;
   std::string_view entryName(Position keyed, std::size_t index) const noexcept override;
   bool boolValue(Position value) const noexcept override;
@@ -43,6 +44,7 @@ class TELVOR_JSON_API JsonDecoderBackend final : public DecoderBackend {
 class TELVOR_JSON_API JsonEncoderBackend final : public EncoderBackend {
  public:
   Slot makeKeyed(Slot slot) override;
+  void expectEntries(Slot keyed, std::size_t count) override;
   Slot entry(Slot keyed, std::string_view key) override;
   void setBool(Slot slot, bool value) override;
   void setInt(Slot slot, std::int64_t value) override;
