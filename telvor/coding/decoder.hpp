@@ -66,18 +66,6 @@ class TELVOR_API DecoderBackend {
 namespace detail {
 using Position = DecoderBackend::Position;
 
-// Type names as diagnostics spell them.
-template <class T>
-constexpr std::string_view primitiveTypeName() noexcept {
-  if constexpr (std::is_same_v<T, bool>) return "Bool";
-  else if constexpr (std::is_same_v<T, std::int64_t>) return "Int64";
-  else return "String";
-}
-
-template <class T>
-concept DecodablePrimitive = std::same_as<T, bool> || std::same_as<T, std::int64_t> ||
-                             std::same_as<T, std::string> || std::same_as<T, std::string_view>;
-
 TELVOR_API Position keyedOrThrow(const DecoderBackend& backend, Position value, const CodingPathLink& at);
 TELVOR_API bool readBool(const DecoderBackend& backend, Position value, const CodingPathLink& at);
 TELVOR_API std::int64_t readInt(const DecoderBackend& backend, Position value, const CodingPathLink& at);
