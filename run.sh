@@ -22,7 +22,8 @@ JOBS=${JOBS:-$(nproc)}
 PACKAGES=(cmake ninja-build pkg-config g++ clang-14 libclang-rt-14-dev
   libutf8proc-dev libboost-json1.81-dev libplist-dev python3
   libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libsimdjson-dev
-  libdcmtk-dev dcmtk openssl valgrind)
+  libdcmtk-dev dcmtk openssl valgrind libcli11-dev libexpat1-dev libpugixml-dev
+  qt6-base-dev qt6-svg-dev iproute2 orthanc)
 
 deps() {
   local missing=()
@@ -38,7 +39,15 @@ deps() {
   echo "Installing: ${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
   apt-get update -qq
+  # Orthanc is a test peer, started by the tests themselves: no system service may start
+  # while it installs (invoke-rc.d asks policy-rc.d, and 101 means "not allowed").
+  local policy=/usr/sbin/policy-rc.d had_policy=0
+  [ -e "$policy" ] && had_policy=1
+  [ $had_policy -eq 1 ] || { printf '#!/bin/sh\nexit 101\n' >"$policy"; chmod +x "$policy"; }
   apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+  [ $had_policy -eq 1 ] || rm -f "$policy"
+  # Should a service have started anyway, stop it: tests run their own instance.
+  if pgrep -x Orthanc >/dev/null 2>&1; then service orthanc stop >/dev/null 2>&1 || pkill -x Orthanc || true; fi
 }
 
 # configure DIR [cmake args...]
