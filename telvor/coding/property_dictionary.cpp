@@ -120,4 +120,11 @@ void PropertyDictionary::setValue(std::string key, PropertyValue value) {
   entries_.insert_or_assign(std::move(key), std::move(value));
 }
 
+bool PropertyDictionary::removeValue(std::string_view key) noexcept {
+  const auto it = entries_.find(key);
+  if (it == entries_.end()) return false;
+  entries_.erase(it);
+  return true;
+}
+
 }  // namespace telvor

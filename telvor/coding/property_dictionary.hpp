@@ -148,6 +148,9 @@ class TELVOR_API PropertyDictionary {
   // Inserts the entry, or replaces the value of the entry under the same key.
   void setValue(std::string key, PropertyValue value);
 
+  // Removes the entry under the key; false when there was none.
+  bool removeValue(std::string_view key) noexcept;
+
   // The entry's value, or null.
   const PropertyValue* find(std::string_view key) const noexcept;
   std::size_t size() const noexcept { return entries_.size(); }
