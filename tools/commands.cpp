@@ -2,75 +2,30 @@
 
 #include <iostream>
 
+#include "catalogue_error.hpp"
 #include "io.hpp"
-#include "node_table.hpp"
-#include "records.hpp"
-#include "telvor/node/dicom_node.hpp"
-#include "telvor/node/node_validation.hpp"
 #include "telvor/presentation/version.hpp"
-#include "telvor/status/dicom_node_status.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
-namespace {
 
-// The nodes of FILE, or of the bundled sample catalogue when no file is named.
-Records<DicomNode> readNodes(const Options& options) {
-  if (!options.input) return readRecords<DicomNode>(sampleCatalogue(), Format::plist);
-  const std::string bytes = readInput(*options.input);
-  return readRecords<DicomNode>(bytes, inputFormat(options.from, *options.input, bytes));
-}
-
-// --to, else the output file's extension, else the other format than the input's
-// (statuses stay JSON).
-Format outputFormat(const Options& options, Format from) {
-  if (options.to) return *options.to;
-  if (options.output)
-    if (const auto byExtension = formatOfPath(*options.output)) return *byExtension;
-  if (options.type == RecordType::status) return Format::json;
-  return from == Format::json ? Format::plist : Format::json;
-}
-
-template <class T>
-int convert(const Options& options, const std::string& bytes, Format from) {
-  const Format to = outputFormat(options, from);
-  if (options.binary && to != Format::plist) throw UsageError("--binary applies to property lists only");
-  const auto records = readRecords<T>(bytes, from);
-  writeOutput(options.output, writeRecords(records, to, options.binary));
-  return 0;
-}
-
-}  // namespace
-
-int runList(const Options& options) {
-  std::cout << formatNodeTable(readNodes(options).values);
-  return 0;
-}
-
-int runConvert(const Options& options) {
-  const std::string path = options.input.value_or("-");
-  const std::string bytes = readInput(path);
-  const Format from = inputFormat(options.from, path, bytes);
-  switch (options.type) {
-    case RecordType::node: return convert<DicomNode>(options, bytes, from);
-    case RecordType::tls: return convert<TlsSettings>(options, bytes, from);
-    case RecordType::wado: return convert<WadoSettings>(options, bytes, from);
-    case RecordType::status: return convert<DicomNodeStatus>(options, bytes, from);
+void rethrowAsToolError(const catalogue::CatalogueError& error) {
+  switch (error.kind()) {
+    case catalogue::CatalogueError::Kind::unusableInput: throw InputError(error.what());
+    case catalogue::CatalogueError::Kind::selection: throw UsageError(error.what());
+    case catalogue::CatalogueError::Kind::notSaved: throw SaveFailure(error.what());
   }
-  return 2;
+  throw InputError(error.what());
 }
 
-int runCheck(const Options& options) {
-  const auto nodes = readNodes(options).values;
-  bool clean = true;
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    const auto label = nodes[i].name ? *nodes[i].name : "node " + std::to_string(i + 1);
-    const auto problems = validate(nodes[i]);
-    if (problems.empty()) std::cout << label << ": ok\n";
-    for (const auto& problem : problems) std::cout << label << ": " << codeName(problem.code) << ": " << problem.message << '\n';
-    clean = clean && problems.empty();
+catalogue::Catalogue readCatalogue(const std::optional<std::string>& input) {
+  try {
+    if (!input) return catalogue::Catalogue::parse(sampleCatalogue(), catalogue::FileFormat::xmlPropertyList);
+    const std::string bytes = readInput(*input);
+    return catalogue::Catalogue::parse(bytes, catalogue::Catalogue::formatOf(*input, bytes));
+  } catch (const catalogue::CatalogueError& e) {
+    rethrowAsToolError(e);
   }
-  return clean ? 0 : 1;
 }
 
 int runVersion() {

@@ -1,15 +1,27 @@
-// The subcommands of telvor-nodes. Each returns the process exit status.
+// What the commands share: reading the catalogue a command names, and the errors of the
+// catalogue library mapped onto the tool's exit statuses.
 #pragma once
 
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "catalogue.hpp"
+#include "catalogue_error.hpp"
 #include "options.hpp"
 
 namespace telvor::tool {
 
-int runList(const Options& options);
 int runConvert(const Options& options);
-int runCheck(const Options& options);
 int runVersion();
 int runEcho(const Options& options);
+
+// The catalogue in FILE ("-": standard input), or the bundled sample catalogue when no
+// file is named. Throws InputError.
+catalogue::Catalogue readCatalogue(const std::optional<std::string>& input);
+
+// Rethrows a CatalogueError as the tool's error for its kind.
+[[noreturn]] void rethrowAsToolError(const catalogue::CatalogueError& error);
 
 // The bytes of the sample catalogue bundled into the tool (examples/nodes.plist).
 std::string_view sampleCatalogue() noexcept;

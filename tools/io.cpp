@@ -1,10 +1,13 @@
 #include "io.hpp"
 
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <sstream>
 
+#include "save_stand_in.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
@@ -16,9 +19,9 @@ std::string readInput(const std::string& path) {
     return bytes.str();
   }
   std::ifstream file(path, std::ios::binary);
-  if (!file) throw UsageError("cannot read \"" + path + "\"");
+  if (!file) throw InputError("cannot read \"" + path + "\": " + std::strerror(errno));
   std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (file.bad()) throw UsageError("cannot read \"" + path + "\"");
+  if (file.bad()) throw InputError("cannot read \"" + path + "\"");
   return bytes;
 }
 
@@ -28,9 +31,11 @@ void writeOutput(const std::optional<std::string>& path, std::string_view bytes)
     std::cout.flush();
     return;
   }
-  std::ofstream file(*path, std::ios::binary | std::ios::trunc);
-  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (!file.flush()) throw UsageError("cannot write \"" + *path + "\"");
+  try {
+    support::saveAtomically(*path, bytes);
+  } catch (const support::SaveError& e) {
+    throw SaveFailure(e.what());
+  }
 }
 
 Format inputFormat(const std::optional<Format>& from, const std::string& path, std::string_view bytes) {

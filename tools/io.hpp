@@ -9,11 +9,11 @@
 
 namespace telvor::tool {
 
-// The bytes of `path` ("-": standard input). Throws UsageError when it cannot be read.
+// The bytes of `path` ("-": standard input). Throws InputError when it cannot be read.
 std::string readInput(const std::string& path);
 
-// Writes `bytes` to `path`, or to standard output when absent. Throws UsageError when the
-// file cannot be written. Called only once the whole output is ready, so a failing input
+// Writes `bytes` to `path` through the atomic save, or to standard output when absent.
+// Throws SaveFailure when the file cannot be written. Called only once the whole output is ready, so a failing input
 // never leaves a partial file behind.
 void writeOutput(const std::optional<std::string>& path, std::string_view bytes);
 

@@ -1,33 +1,4 @@
-// telvor-nodes: list, convert and check DICOM node catalogues.
-#include <exception>
-#include <iostream>
-#include <string>
-#include <vector>
+// telvor-nodes: manage, check and probe DICOM node catalogues.
+#include "cli.hpp"
 
-#include "commands.hpp"
-#include "options.hpp"
-#include "tool_error.hpp"
-
-int main(int argc, char** argv) {
-  using namespace telvor::tool;
-  try {
-    const Options options = parseOptions(std::vector<std::string>(argv + 1, argv + argc));
-    switch (options.command) {
-      case Command::list: return runList(options);
-      case Command::convert: return runConvert(options);
-      case Command::check: return runCheck(options);
-      case Command::echo: return runEcho(options);
-      case Command::version: return runVersion();
-    }
-  } catch (const UsageError& e) {
-    std::cerr << "telvor-nodes: " << e.what() << '\n' << usageLine() << '\n';
-    return 2;
-  } catch (const InputError& e) {
-    std::cerr << "telvor-nodes: " << e.what() << '\n';
-    return 1;
-  } catch (const std::exception& e) {
-    std::cerr << "telvor-nodes: " << e.what() << '\n';
-    return 1;
-  }
-  return 2;
-}
+int main(int argc, char** argv) { return telvor::tool::runCommandLine(argc, argv); }

@@ -52,16 +52,17 @@ std::size_t displayWidth(const std::string& text) {
 
 std::string formatNodeTable(const std::vector<DicomNode>& nodes) {
   const auto& cols = columns();
-  std::vector<std::array<std::string, 8>> rows;
-  std::array<std::string, 8> header;
-  for (std::size_t c = 0; c < cols.size(); ++c) header[c] = cols[c].header;
+  // The first column is the node's 1-based position, as --index selects it.
+  std::vector<std::array<std::string, 9>> rows;
+  std::array<std::string, 9> header{"#"};
+  for (std::size_t c = 0; c < cols.size(); ++c) header[c + 1] = cols[c].header;
   rows.push_back(header);
-  for (const auto& node : nodes) {
-    std::array<std::string, 8> row;
-    for (std::size_t c = 0; c < cols.size(); ++c) row[c] = cols[c].cell(node);
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    std::array<std::string, 9> row{std::to_string(i + 1)};
+    for (std::size_t c = 0; c < cols.size(); ++c) row[c + 1] = cols[c].cell(nodes[i]);
     rows.push_back(std::move(row));
   }
-  std::array<std::size_t, 8> widths{};
+  std::array<std::size_t, 9> widths{};
   for (const auto& row : rows)
     for (std::size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], displayWidth(row[c]));
   std::string out;

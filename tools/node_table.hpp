@@ -8,7 +8,7 @@
 
 namespace telvor::tool {
 
-// One row per node under the header Name, AE title, Address, Port, Retrieve, Transfer
+// One row per node under the header # (the 1-based position), Name, AE title, Address, Port, Retrieve, Transfer
 // syntax, TLS, WADO; columns padded to their widest cell; absent values shown as "-".
 std::string formatNodeTable(const std::vector<DicomNode>& nodes);
 

@@ -1,37 +1,28 @@
-// Command-line options of telvor-nodes.
+// Options of the commands that read a catalogue or convert records (list, convert, check,
+// echo), as their CLI11 declarations fill them.
 #pragma once
 
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace telvor::tool {
 
-enum class Command { list, convert, check, echo, version };
 enum class Format { plist, json };
 enum class RecordType { node, tls, wado, status };
 
 struct Options {
-  Command command = Command::list;
   RecordType type = RecordType::node;
   std::optional<Format> from;
   std::optional<Format> to;
   bool binary = false;
   std::optional<std::string> input;   // a path, or "-" for standard input
   std::optional<std::string> output;  // a path; standard output when absent
+  bool json = false;                  // one JSON document on standard output
   // echo only
   std::string callingAeTitle = "TELVOR";
   double timeoutSeconds = 5;
   unsigned jobs = 4;
 };
-
-// The one-line usage text.
-const char* usageLine() noexcept;
-// The full help text.
-const char* helpText() noexcept;
-
-// Parses argv[1..]; throws UsageError for anything unusable.
-Options parseOptions(const std::vector<std::string>& args);
 
 // The format a path's extension names, if any.
 std::optional<Format> formatOfPath(const std::string& path);

@@ -1,0 +1,280 @@
+#include "catalogue.hpp"
+
+#include <boost/json/object.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+#include "catalogue_error.hpp"
+#include "save_stand_in.hpp"
+#include "telvor/coding/coding_error.hpp"
+#include "telvor/coding/text.hpp"
+#include "telvor/json/json.hpp"
+#include "telvor/node/dictionary_edit.hpp"
+#include "telvor/plist/plist.hpp"
+#include "telvor/plist/plist_error.hpp"
+
+namespace telvor::catalogue {
+namespace {
+
+using Kind = CatalogueError::Kind;
+
+bool hasExtension(const std::filesystem::path& path, std::string_view extension) {
+  return path.extension() == extension;
+}
+
+// Writes into `stored` the members of `after` that differ from `before` (the coded form of
+// the node as read from `stored`), recursing into nested objects so that their unknown
+// members stay too, and takes out members `before` had and `after` has not.
+void mergeCodedForm(boost::json::object& stored, const boost::json::object& before, const boost::json::object& after,
+                    std::vector<std::string>& changed, const std::string& prefix) {
+  for (const auto& [key, value] : after) {
+    const std::string name = prefix + std::string(key);
+    auto* current = stored.if_contains(key);
+    const auto* old = before.if_contains(key);
+    if (current && current->is_object() && value.is_object() && old && old->is_object()) {
+      mergeCodedForm(current->as_object(), old->as_object(), value.as_object(), changed, name + ".");
+      continue;
+    }
+    if (current && old && *old == value) continue;
+    stored[key] = value;
+    changed.push_back(name);
+  }
+  for (const auto& [key, value] : before) {
+    if (after.contains(key) || !stored.contains(key)) continue;
+    stored.stable_erase(key);
+    changed.push_back(prefix + std::string(key));
+  }
+}
+
+std::string label(const DicomNode& node, std::size_t index) {
+  std::string text = "#" + std::to_string(index + 1) + " " + (node.name ? *node.name : "(no name)");
+  if (node.aetitle) text += " (" + *node.aetitle + ")";
+  return text;
+}
+
+PropertyDictionary dictionaryFor(const DicomNode& node) {
+  auto dictionary = node.toDictionary();
+  if (!dictionary)
+    throw CatalogueError(Kind::selection,
+                         "a property-list catalogue holds only nodes with an AE title, a name, an address and a port; "
+                         "give the missing ones (--aet, --name, --address, --port)");
+  return std::move(*dictionary);
+}
+
+boost::json::object codedForm(const DicomNode& node) {
+  try {
+    return json::toDocument(node).as_object();
+  } catch (const CodingError& e) {
+    throw CatalogueError(Kind::selection, e.what());
+  }
+}
+
+std::string readFile(const std::filesystem::path& path, bool* missing) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) {
+    const int error = errno;
+    if (missing && error == ENOENT) {
+      *missing = true;
+      return {};
+    }
+    throw CatalogueError(Kind::unusableInput, "cannot read \"" + path.string() + "\": " + std::strerror(error));
+  }
+  std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+  if (file.bad()) throw CatalogueError(Kind::unusableInput, "cannot read \"" + path.string() + "\"");
+  return bytes;
+}
+
+}  // namespace
+
+std::string Selector::describe() const {
+  switch (by) {
+    case By::index: return "--index " + value;
+    case By::name: return "--name \"" + value + "\"";
+    case By::aetitle: return "--aet \"" + value + "\"";
+    case By::id: return "--id " + value;
+  }
+  return value;
+}
+
+FileFormat Catalogue::formatOf(const std::filesystem::path& path, std::string_view bytes) {
+  if (bytes.starts_with("bplist")) return FileFormat::binaryPropertyList;
+  if (hasExtension(path, ".json")) return FileFormat::json;
+  if (hasExtension(path, ".plist")) return FileFormat::xmlPropertyList;
+  const auto start = bytes.find_first_not_of(" \t\r\n");
+  if (start == std::string_view::npos) return FileFormat::xmlPropertyList;
+  return bytes[start] == '<' ? FileFormat::xmlPropertyList : FileFormat::json;
+}
+
+Catalogue Catalogue::empty(FileFormat format) { return Catalogue(format); }
+
+Catalogue Catalogue::parse(std::string_view bytes, FileFormat format) {
+  Catalogue catalogue(format);
+  if (format == FileFormat::json) {
+    try {
+      auto document = json::parse(bytes);
+      if (auto* array = document.if_array()) {
+        catalogue.objects_ = std::move(*array);
+      } else {
+        catalogue.wasArray_ = false;
+        catalogue.objects_.push_back(std::move(document));
+      }
+      for (std::size_t i = 0; i < catalogue.objects_.size(); ++i) {
+        const auto at = catalogue.wasArray_ ? CodingPathLink(nullptr, static_cast<std::int64_t>(i)) : CodingPathLink();
+        catalogue.nodes_.push_back(json::fromDocument<DicomNode>(catalogue.objects_[i], at));
+      }
+    } catch (const CodingError& e) {
+      throw CatalogueError(Kind::unusableInput, e.what());
+    }
+    return catalogue;
+  }
+  try {
+    auto document = plist::parse(bytes);
+    catalogue.wasArray_ = document.wasArray;
+    catalogue.dictionaries_ = std::move(document.dictionaries);
+  } catch (const plist::PlistError& e) {
+    throw CatalogueError(Kind::unusableInput, std::string("dataCorrupted at $: ") + e.what());
+  }
+  for (const auto& dictionary : catalogue.dictionaries_) {
+    catalogue.nodes_.emplace_back(dictionary);
+    catalogue.nodes_.back().uniqueId.reset();  // drawn at random by the read; not the file's
+  }
+  return catalogue;
+}
+
+Catalogue Catalogue::load(const std::filesystem::path& path) {
+  const std::string bytes = readFile(path, nullptr);
+  return parse(bytes, formatOf(path, bytes));
+}
+
+std::vector<std::size_t> Catalogue::matches(const Selector& selector) const {
+  std::vector<std::size_t> found;
+  switch (selector.by) {
+    case Selector::By::index: {
+      std::size_t position = 0;
+      const bool digits = !selector.value.empty() && selector.value.size() < 10 &&
+                          std::all_of(selector.value.begin(), selector.value.end(),
+                                      [](char c) { return c >= '0' && c <= '9'; });
+      if (digits) position = std::stoul(selector.value);
+      if (position < 1 || position > size())
+        throw CatalogueError(Kind::selection, "no node " + selector.describe() + ": the catalogue holds " +
+                                                  std::to_string(size()) + " node(s), numbered from 1 (see `list`)");
+      found.push_back(position - 1);
+      return found;
+    }
+    case Selector::By::id:
+      if (!storesIdentifiers())
+        throw CatalogueError(Kind::selection,
+                             "a property list stores no node identifiers (each read draws new ones); "
+                             "select with --index, --name or --aet");
+      {
+        // Identifiers are written in upper case; accept what a user types in lower case.
+        std::string upper = selector.value;
+        std::transform(upper.begin(), upper.end(), upper.begin(), [](unsigned char c) { return std::toupper(c); });
+        for (std::size_t i = 0; i < size(); ++i)
+          if (nodes_[i].uniqueId && nodes_[i].id() == upper) found.push_back(i);
+      }
+      return found;
+    case Selector::By::name:
+      for (std::size_t i = 0; i < size(); ++i)
+        if (nodes_[i].name && textEquals(*nodes_[i].name, selector.value)) found.push_back(i);
+      return found;
+    case Selector::By::aetitle:
+      for (std::size_t i = 0; i < size(); ++i)
+        if (nodes_[i].aetitle && textEquals(*nodes_[i].aetitle, selector.value)) found.push_back(i);
+      return found;
+  }
+  return found;
+}
+
+std::size_t Catalogue::selectOne(const Selector& selector) const {
+  const auto found = matches(selector);
+  if (found.size() == 1) return found.front();
+  std::string message;
+  std::vector<std::size_t> candidates = found;
+  if (found.empty()) {
+    message = "no node matches " + selector.describe();
+    for (std::size_t i = 0; i < size(); ++i) candidates.push_back(i);
+    message += candidates.empty() ? "; the catalogue is empty" : "; the nodes are:";
+  } else {
+    message = std::to_string(found.size()) + " nodes match " + selector.describe() + "; select one with --index:";
+  }
+  for (const std::size_t i : candidates) message += "\n  " + label(nodes_[i], i);
+  throw CatalogueError(Kind::selection, message);
+}
+
+std::vector<std::string> Catalogue::replace(std::size_t index, const DicomNode& after) {
+  std::vector<std::string> changed;
+  if (format_ == FileFormat::json) {
+    const auto before = codedForm(nodes_.at(index));
+    const auto next = codedForm(after);
+    auto& stored = objects_.at(index);
+    if (!stored.is_object()) stored = boost::json::object();
+    mergeCodedForm(stored.as_object(), before, next, changed, "");
+  } else {
+    dictionaryFor(after);  // refuses before anything changes
+    auto& stored = dictionaries_.at(index);
+    const DicomNode before(stored);
+    const auto edit = applyDictionaryEdit(stored, before, after);
+    changed = edit.written;
+    changed.insert(changed.end(), edit.removed.begin(), edit.removed.end());
+  }
+  nodes_[index] = after;
+  if (!storesIdentifiers()) nodes_[index].uniqueId.reset();
+  return changed;
+}
+
+void Catalogue::append(const DicomNode& node) {
+  if (format_ == FileFormat::json) objects_.push_back(codedForm(node));
+  else dictionaries_.push_back(dictionaryFor(node));
+  nodes_.push_back(node);
+  if (!storesIdentifiers()) nodes_.back().uniqueId.reset();
+  wasArray_ = wasArray_ || nodes_.size() > 1;
+}
+
+void Catalogue::remove(std::size_t index) {
+  if (index >= size()) throw CatalogueError(Kind::selection, "no node #" + std::to_string(index + 1));
+  const auto at = static_cast<std::ptrdiff_t>(index);
+  if (format_ == FileFormat::json) objects_.erase(objects_.begin() + at);
+  else dictionaries_.erase(dictionaries_.begin() + at);
+  nodes_.erase(nodes_.begin() + at);
+}
+
+std::string Catalogue::serialize() const {
+  // A single record stays a single record; anything else is an array.
+  const bool asArray = wasArray_ || size() != 1;
+  if (format_ == FileFormat::json) {
+    if (asArray) return json::serialize(objects_, {.indent = 2}) + "\n";
+    return json::serialize(objects_.front(), {.indent = 2}) + "\n";
+  }
+  try {
+    return plist::serialize(plist::PropertyListDocument{dictionaries_, asArray},
+                            format_ == FileFormat::binaryPropertyList ? plist::Format::binary : plist::Format::xml);
+  } catch (const plist::PlistError& e) {
+    throw CatalogueError(Kind::selection, std::string("invalidValue at $: ") + e.what());
+  }
+}
+
+CatalogueEditor CatalogueEditor::open(const std::filesystem::path& path, const Options& options) {
+  auto lock = CatalogueLock::acquire(path, options.wait);
+  bool missing = false;
+  const std::string bytes = readFile(path, options.createIfMissing ? &missing : nullptr);
+  auto catalogue = missing ? Catalogue::empty(Catalogue::formatOf(path, {}))
+                           : Catalogue::parse(bytes, Catalogue::formatOf(path, bytes));
+  return CatalogueEditor(path, options, std::move(lock), std::move(catalogue));
+}
+
+void CatalogueEditor::save() {
+  const std::string bytes = catalogue_.serialize();
+  try {
+    tool::support::saveAtomically(path_, bytes, {.followSymlinks = options_.followSymlinks});
+  } catch (const tool::support::SaveError& e) {
+    throw CatalogueError(Kind::notSaved, e.what());
+  }
+}
+
+}  // namespace telvor::catalogue

@@ -1,0 +1,121 @@
+// A node catalogue as a document: the file's entries exactly as read, the nodes read from
+// them, and edits that change only what they must.
+//
+//   auto editor = telvor::catalogue::CatalogueEditor::open("nodes.plist", {});   // locks
+//   auto& c = editor.catalogue();
+//   const std::size_t i = c.selectOne(telvor::catalogue::Selector::byName("Archive"));
+//   telvor::DicomNode node = c.node(i);
+//   node.port = "11113";
+//   c.replace(i, node);      // writes "Port" only; every other key and node stays
+//   editor.save();           // one atomic save; the lock ends with `editor`
+//
+// A property-list catalogue keeps its dictionaries, unknown keys and other applications'
+// entries included; an edit goes through applyDictionaryEdit. A JSON catalogue keeps its
+// objects, members the coded form does not know included; an edit replaces only the
+// members whose coded value changed. The file keeps its format (XML or binary property
+// list, or JSON) and its shape (one record, or an array). JSON is written again indented
+// by two spaces: values stay, layout does not.
+#pragma once
+
+#include <boost/json/array.hpp>
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "catalogue_lock.hpp"
+#include "selector.hpp"
+#include "telvor/coding/property_dictionary.hpp"
+#include "telvor/node/dicom_node.hpp"
+
+namespace telvor::catalogue {
+
+enum class FileFormat { xmlPropertyList, binaryPropertyList, json };
+
+class Catalogue {
+ public:
+  // The format of a catalogue: a binary property list by its signature, else the
+  // extension (.json, .plist), else what the bytes look like. For a file that does not
+  // exist yet, pass empty bytes: .json gives JSON, anything else an XML property list.
+  static FileFormat formatOf(const std::filesystem::path& path, std::string_view bytes);
+
+  // Reads a catalogue. Throws CatalogueError (unusableInput) whose message is the
+  // "KIND at PATH: DESCRIPTION" of the failing record.
+  static Catalogue parse(std::string_view bytes, FileFormat format);
+  // Reads the file (no lock). Throws CatalogueError (unusableInput) naming the path.
+  static Catalogue load(const std::filesystem::path& path);
+  // A catalogue with no node, to be saved in `format`.
+  static Catalogue empty(FileFormat format);
+
+  FileFormat format() const noexcept { return format_; }
+  // True for JSON: only there does a node keep its identifier between reads.
+  bool storesIdentifiers() const noexcept { return format_ == FileFormat::json; }
+
+  std::size_t size() const noexcept { return nodes_.size(); }
+  // The nodes as read, in file order. Nodes of a property list have no identifier.
+  const std::vector<DicomNode>& nodes() const noexcept { return nodes_; }
+  const DicomNode& node(std::size_t index) const { return nodes_.at(index); }
+
+  // Every index that the selector matches, in file order. An index selector out of range,
+  // or an identifier selector on a property list, throws CatalogueError (selection).
+  std::vector<std::size_t> matches(const Selector& selector) const;
+  // The one index that the selector matches; throws CatalogueError (selection) listing
+  // the candidates when there is none or more than one.
+  std::size_t selectOne(const Selector& selector) const;
+
+  // Replaces node `index` by `after`, changing only the keys (or JSON members) whose
+  // values differ. A property list cannot hold a node without AE title, name, address and
+  // port: throws CatalogueError (selection) and changes nothing. Returns the keys written
+  // or removed.
+  std::vector<std::string> replace(std::size_t index, const DicomNode& after);
+  // Appends `node` (same requirement as replace for property lists).
+  void append(const DicomNode& node);
+  // Removes node `index`; the others keep their entries and order.
+  void remove(std::size_t index);
+
+  // The whole file in its format.
+  std::string serialize() const;
+
+ private:
+  explicit Catalogue(FileFormat format) : format_(format) {}
+  FileFormat format_;
+  bool wasArray_ = true;
+  std::vector<PropertyDictionary> dictionaries_;  // property lists: one per node
+  boost::json::array objects_;                    // JSON: one per node
+  std::vector<DicomNode> nodes_;
+};
+
+// A catalogue open for editing: the lock is taken before the file is read and held until
+// the editor is destroyed, so the atomic rename of save() happens under it.
+class CatalogueEditor {
+ public:
+  struct Options {
+    std::chrono::milliseconds wait{10'000};  // how long to wait for another editor
+    bool createIfMissing = false;            // an absent file is an empty catalogue
+    bool followSymlinks = false;             // passed to the atomic save
+  };
+
+  // Locks, then reads. Throws CatalogueError: notSaved when the lock is not obtained,
+  // unusableInput when the file cannot be read.
+  static CatalogueEditor open(const std::filesystem::path& path, const Options& options);
+
+  Catalogue& catalogue() noexcept { return catalogue_; }
+  const std::filesystem::path& path() const noexcept { return path_; }
+
+  // Writes the catalogue through the atomic save. Throws CatalogueError (notSaved).
+  void save();
+
+ private:
+  CatalogueEditor(std::filesystem::path path, Options options, CatalogueLock lock, Catalogue catalogue)
+      : path_(std::move(path)), options_(options), lock_(std::move(lock)), catalogue_(std::move(catalogue)) {}
+  std::filesystem::path path_;
+  Options options_;
+  CatalogueLock lock_;
+  Catalogue catalogue_;
+};
+
+}  // namespace telvor::catalogue

@@ -1,0 +1,128 @@
+// convert: records between the dictionary form (property lists) and the coded form (JSON).
+#include <CLI/CLI.hpp>
+#include <boost/json/value.hpp>
+
+#include <iostream>
+#include <map>
+#include <memory>
+
+#include "command.hpp"
+#include "commands.hpp"
+#include "io.hpp"
+#include "plist_io.hpp"
+#include "records.hpp"
+#include "telvor/json/json.hpp"
+#include "telvor/node/dicom_node.hpp"
+#include "telvor/status/dicom_node_status.hpp"
+#include "tool_error.hpp"
+
+namespace telvor::tool {
+namespace {
+
+// --to, else the output file's extension, else the other format than the input's
+// (statuses stay JSON).
+Format outputFormat(const Options& options, Format from) {
+  if (options.to) return *options.to;
+  if (options.output)
+    if (const auto byExtension = formatOfPath(*options.output)) return *byExtension;
+  if (options.type == RecordType::status) return Format::json;
+  return from == Format::json ? Format::plist : Format::json;
+}
+
+// Integers and number objects are one kind once in a property list.
+bool sameValue(const PropertyValue& a, const PropertyValue& b) {
+  const auto number = [](const PropertyValue& v) { return v.integerValue() ? v.integerValue() : v.numberObjectValue(); };
+  if (number(a) && number(b)) return number(a) == number(b);
+  return a == b;
+}
+
+// How many entries of the input the converted nodes do not give back: for a property
+// list, the keys whose value the node's dictionary form does not write again (unknown
+// keys, a C-MOVE node's saved WADO keys, values read leniently); for JSON, the members
+// the coded form does not know.
+std::size_t droppedEntries(const std::string& bytes, Format from) {
+  std::size_t dropped = 0;
+  if (from == Format::plist) {
+    for (const auto& stored : readPlist(bytes).dictionaries) {
+      const auto written = DicomNode(stored).toDictionary();
+      for (const auto& [key, value] : stored) {
+        const PropertyValue* again = written ? written->find(key) : nullptr;
+        dropped += again == nullptr || !sameValue(*again, value);
+      }
+    }
+    return dropped;
+  }
+  static const std::map<std::string, bool, std::less<>> known{
+      {"uniqueId", true},    {"aetitle", true},      {"name", true},         {"address", true},
+      {"port", true},        {"transferSyntax", true}, {"retrieveMode", true}, {"isDicomNode", true},
+      {"isQueryable", true}, {"wadoSettings", true}, {"icon", true},         {"tlsSettings", true}};
+  const auto document = json::parse(bytes);
+  const auto count = [&](const boost::json::value& value) {
+    if (const auto* object = value.if_object())
+      for (const auto& member : *object) dropped += !known.contains(member.key());
+  };
+  if (const auto* array = document.if_array())
+    for (const auto& element : *array) count(element);
+  else
+    count(document);
+  return dropped;
+}
+
+template <class T>
+int convert(const Options& options, const std::string& bytes, Format from) {
+  const Format to = outputFormat(options, from);
+  if (options.binary && to != Format::plist) throw UsageError("--binary applies to property lists only");
+  const auto records = readRecords<T>(bytes, from);
+  writeOutput(options.output, writeRecords(records, to, options.binary));
+  if constexpr (std::is_same_v<T, DicomNode>) {
+    if (const auto dropped = droppedEntries(bytes, from))
+      std::cerr << "telvor-nodes: note: the output leaves out " << dropped
+                << " entr" << (dropped == 1 ? "y" : "ies")
+                << " of the input that the node record does not keep (unknown keys, a non-WADO node's saved "
+                   "WADO keys, values read leniently); to change a catalogue without losing them, edit it in "
+                   "place with `telvor-nodes set`\n";
+  }
+  return kSuccess;
+}
+
+}  // namespace
+
+int runConvert(const Options& options) {
+  if (options.type == RecordType::status && (options.from == Format::plist || options.to == Format::plist))
+    throw UsageError("statuses exist only as JSON");
+  if (options.binary && options.to == Format::json) throw UsageError("--binary applies to property lists only");
+  const std::string path = options.input.value_or("-");
+  const std::string bytes = readInput(path);
+  const Format from = inputFormat(options.from, path, bytes);
+  switch (options.type) {
+    case RecordType::node: return convert<DicomNode>(options, bytes, from);
+    case RecordType::tls: return convert<TlsSettings>(options, bytes, from);
+    case RecordType::wado: return convert<WadoSettings>(options, bytes, from);
+    case RecordType::status: return convert<DicomNodeStatus>(options, bytes, from);
+  }
+  return kUsage;
+}
+
+CommandSpec convertCommand() {
+  return {"convert", "records between the dictionary form (.plist) and the coded form (.json)",
+          [](CLI::App& command) {
+            auto options = std::make_shared<Options>();
+            const std::map<std::string, Format> formats{{"plist", Format::plist}, {"json", Format::json}};
+            command.add_option("IN", options->input, "input file; \"-\" or none reads standard input");
+            command.add_option("-o,--output", options->output, "output file (default: standard output)");
+            command
+                .add_option("--type", options->type, "what the file holds (default: node)")
+                ->transform(CLI::CheckedTransformer(std::map<std::string, RecordType>{{"node", RecordType::node},
+                                                                                      {"tls", RecordType::tls},
+                                                                                      {"wado", RecordType::wado},
+                                                                                      {"status", RecordType::status}}));
+            command.add_option("--from", options->from, "input format (default: by extension, then content)")
+                ->transform(CLI::CheckedTransformer(formats));
+            command.add_option("--to", options->to, "output format (default: by extension, else the other one)")
+                ->transform(CLI::CheckedTransformer(formats));
+            command.add_flag("--binary", options->binary, "write a binary property list instead of XML");
+            return CommandRun([options] { return runConvert(*options); });
+          }};
+}
+
+}  // namespace telvor::tool

@@ -1,0 +1,123 @@
+// list, show and check: the commands that read a catalogue and change nothing.
+#include <CLI/CLI.hpp>
+#include <boost/json/array.hpp>
+
+#include <iostream>
+#include <memory>
+
+#include "command.hpp"
+#include "tool_error.hpp"
+#include "commands.hpp"
+#include "node_output.hpp"
+#include "node_table.hpp"
+#include "selector_options.hpp"
+#include "telvor/json/json.hpp"
+#include "telvor/node/node_validation.hpp"
+
+namespace telvor::tool {
+namespace {
+
+void printJson(const boost::json::value& document) { std::cout << json::serialize(document, {.indent = 2}) << '\n'; }
+
+int runList(const Options& options) {
+  const auto catalogue = readCatalogue(options.input);
+  if (!options.json) {
+    std::cout << formatNodeTable(catalogue.nodes());
+    return kSuccess;
+  }
+  boost::json::array nodes;
+  for (std::size_t i = 0; i < catalogue.size(); ++i)
+    nodes.push_back(nodeEntry(catalogue.node(i), i, catalogue.storesIdentifiers()));
+  printJson(boost::json::object{{"nodes", std::move(nodes)}});
+  return kSuccess;
+}
+
+int runCheck(const Options& options) {
+  const auto catalogue = readCatalogue(options.input);
+  bool clean = true;
+  boost::json::array report;
+  for (std::size_t i = 0; i < catalogue.size(); ++i) {
+    const auto& node = catalogue.node(i);
+    const auto label = node.name ? *node.name : "node " + std::to_string(i + 1);
+    const auto problems = validate(node);
+    clean = clean && problems.empty();
+    if (options.json) {
+      boost::json::array found;
+      for (const auto& problem : problems)
+        found.push_back(boost::json::object{{"code", codeName(problem.code)}, {"message", problem.message}});
+      boost::json::object entry{{"index", i + 1}, {"problems", std::move(found)}};
+      entry["name"] = node.name ? boost::json::value(*node.name) : boost::json::value(nullptr);
+      report.push_back(std::move(entry));
+      continue;
+    }
+    if (problems.empty()) std::cout << label << ": ok\n";
+    for (const auto& problem : problems) std::cout << label << ": " << codeName(problem.code) << ": " << problem.message << '\n';
+  }
+  if (options.json) printJson(boost::json::object{{"ok", clean}, {"nodes", std::move(report)}});
+  return clean ? kSuccess : kAnswerNo;
+}
+
+struct ShowOptions {
+  std::string file;
+  SelectorOptions selector;
+  bool json = false;
+};
+
+int runShow(const ShowOptions& options) {
+  const auto catalogue = readCatalogue(options.file);
+  std::size_t index = 0;
+  try {
+    index = catalogue.selectOne(options.selector.selector());
+  } catch (const catalogue::CatalogueError& e) {
+    rethrowAsToolError(e);
+  }
+  if (options.json) printJson(nodeEntry(catalogue.node(index), index, catalogue.storesIdentifiers()));
+  else std::cout << formatNodeFields(catalogue.node(index), index, catalogue.storesIdentifiers());
+  return kSuccess;
+}
+
+}  // namespace
+
+void addCatalogueInput(CLI::App& command, Options& options) {
+  command.add_option("FILE", options.input,
+                     "catalogue: XML or binary property list, or JSON; \"-\" reads standard input "
+                     "(default: the bundled sample catalogue)");
+}
+
+void addJsonFlag(CLI::App& command, bool& json) {
+  command.add_flag("--json", json, "print one JSON document (shape in docs/CLI.md) instead of text");
+}
+
+CommandSpec listCommand() {
+  return {"list", "table of the nodes of a catalogue, numbered as --index selects them", [](CLI::App& command) {
+            auto options = std::make_shared<Options>();
+            addCatalogueInput(command, *options);
+            addJsonFlag(command, options->json);
+            return CommandRun([options] { return runList(*options); });
+          }};
+}
+
+CommandSpec checkCommand() {
+  return {"check", "the problems that would stop each node from working (exit status 1 when any)",
+          [](CLI::App& command) {
+            auto options = std::make_shared<Options>();
+            addCatalogueInput(command, *options);
+            addJsonFlag(command, options->json);
+            return CommandRun([options] { return runCheck(*options); });
+          }};
+}
+
+CommandSpec showCommand() {
+  return {"show", "every field of one node (the WADO password only as set, empty or absent)", [](CLI::App& command) {
+            auto options = std::make_shared<ShowOptions>();
+            command.add_option("FILE", options->file, "catalogue file")->required();
+            addSelectorOptions(command, options->selector);
+            addJsonFlag(command, options->json);
+            return CommandRun([options] {
+              options->selector.requireOne();
+              return runShow(*options);
+            });
+          }};
+}
+
+}  // namespace telvor::tool
