@@ -36,8 +36,6 @@ int fail(const char* what, int status) {
 
 int runCommandLine(int argc, char** argv) {
   CLI::App app("telvor-nodes: manage, check and probe DICOM node catalogues.", "telvor-nodes");
-  app.footer(std::string("Run \"telvor-nodes COMMAND --help\" or \"telvor-nodes help COMMAND\" for a command's options.\n\n") +
-             kExitStatuses);
   app.require_subcommand(0, 1);
   bool version = false;
   app.add_flag("--version", version, "print the tool's and the library's version");
@@ -49,6 +47,9 @@ int runCommandLine(int argc, char** argv) {
     command->footer(command->get_footer().empty() ? kExitStatuses
                                                   : command->get_footer() + "\n\n" + kExitStatuses);
   }
+  // After the commands: they would inherit it.
+  app.footer(std::string("Run \"telvor-nodes COMMAND --help\" or \"telvor-nodes help COMMAND\" for a command's options.\n\n") +
+             kExitStatuses);
   std::string helpTopic;
   CLI::App* help = app.add_subcommand("help", "the options of a command, or of the tool");
   help->add_option("COMMAND", helpTopic, "the command to describe");
@@ -73,7 +74,7 @@ int runCommandLine(int argc, char** argv) {
       }
       for (const auto& [command, run] : runs)
         if (command->get_name() == helpTopic) {
-          std::cout << command->help();
+          std::cout << command->help("telvor-nodes");
           return kSuccess;
         }
       throw UsageError("no command \"" + helpTopic + "\"");

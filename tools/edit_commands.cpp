@@ -110,6 +110,8 @@ int runSet(EditOptions& options) {
     auto& catalogue = editor.catalogue();
     const std::size_t index = catalogue.selectOne(options.selector.selector());
     DicomNode node = catalogue.node(index);
+    if (options.fields.retrieve == "wado" && node.retrieveMode != RetrieveModeType::wado)
+      if (auto saved = catalogue.savedWadoSettings(index)) node.wadoSettings = *saved;
     options.fields.apply(node);
     refuseProblems(node, options.force);
     const auto changed = catalogue.replace(index, node);

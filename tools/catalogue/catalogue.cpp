@@ -151,6 +151,13 @@ Catalogue Catalogue::load(const std::filesystem::path& path) {
   return parse(bytes, formatOf(path, bytes));
 }
 
+std::optional<WadoSettings> Catalogue::savedWadoSettings(std::size_t index) const {
+  if (format_ == FileFormat::json) return std::nullopt;
+  PropertyDictionary asWado = dictionaries_.at(index);
+  asWado.setValue("retrieveMode", PropertyValue::numberObject(rawValue(RetrieveModeType::wado)));
+  return DicomNode(asWado).wadoSettings;
+}
+
 std::vector<std::size_t> Catalogue::matches(const Selector& selector) const {
   std::vector<std::size_t> found;
   switch (selector.by) {

@@ -60,6 +60,11 @@ class Catalogue {
   const std::vector<DicomNode>& nodes() const noexcept { return nodes_; }
   const DicomNode& node(std::size_t index) const { return nodes_.at(index); }
 
+  // The WADO settings that a property-list entry keeps for a node that is not retrieved
+  // over WADO (its keys are read only for WADO nodes); absent for JSON. An edit that turns
+  // such a node into a WADO node starts from these rather than from defaults.
+  std::optional<WadoSettings> savedWadoSettings(std::size_t index) const;
+
   // Every index that the selector matches, in file order. An index selector out of range,
   // or an identifier selector on a property list, throws CatalogueError (selection).
   std::vector<std::size_t> matches(const Selector& selector) const;
