@@ -2,6 +2,7 @@
 // echo_unavailable.cpp in builds without DCMTK).
 #include <CLI/CLI.hpp>
 
+#include <cmath>
 #include <memory>
 
 #include "command.hpp"
@@ -15,7 +16,15 @@ CommandSpec echoCommand() {
             addCatalogueInput(command, *options);
             command.add_option("--aet", options->callingAeTitle, "calling AE title (default TELVOR)");
             command.add_option("--timeout", options->timeoutSeconds, "seconds to wait for each node (default 5)")
-                ->check(CLI::PositiveNumber);
+                ->check(CLI::Validator(
+                    [](std::string& text) {
+                      double seconds = 0;
+                      const bool number = CLI::detail::lexical_cast(text, seconds);
+                      return number && std::isfinite(seconds) && seconds > 0 && seconds <= 3600
+                                 ? std::string()
+                                 : "takes seconds above 0 and at most 3600, not " + text;
+                    },
+                    "SECONDS"));
             command.add_option("--jobs", options->jobs, "nodes probed at once (default 4)")->check(CLI::Range(1, 1024));
             addJsonFlag(command, options->json);
             return CommandRun([options] { return runEcho(*options); });

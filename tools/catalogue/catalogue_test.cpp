@@ -1,0 +1,100 @@
+// Selection and the JSON merge of the catalogue library; editing end to end is in
+// tests/tool/catalogue_edit_test.cpp.
+#include "catalogue.hpp"
+
+#include <gtest/gtest.h>
+
+#include "catalogue_error.hpp"
+#include "telvor/json/json.hpp"
+
+namespace telvor::catalogue {
+namespace {
+
+constexpr std::string_view kNodes = R"([
+  {"uniqueId": "6F1C4D2E-1111-4A4A-8B8B-123456789ABC", "aetitle": "PACS", "name": "Caf\u00e9",
+   "transferSyntax": 2, "retrieveMode": 1, "isDicomNode": true, "icon": "i",
+   "wadoSettings": {"retrieveSyntax": 0, "https": false, "x-nested": 1}, "x-top": [1]},
+  {"aetitle": "pacs", "name": "Two", "transferSyntax": 2, "retrieveMode": 1, "isDicomNode": true,
+   "wadoSettings": {"retrieveSyntax": 0, "https": false}},
+  {"aetitle": "PACS", "name": "Three", "transferSyntax": 2, "retrieveMode": 1, "isDicomNode": true,
+   "wadoSettings": {"retrieveSyntax": 0, "https": false}}
+])";
+
+TEST(CatalogueSelection, MatchesByEachSelector) {
+  const auto c = Catalogue::parse(kNodes, FileFormat::json);
+  const struct {
+    Selector selector;
+    std::vector<std::size_t> found;
+  } cases[] = {
+      {Selector::byName("Cafe\u0301"), {0}},  // decomposed matches precomposed
+      {Selector::byName("cafe\u0301"), {}},   // letter case counts
+      {Selector::byAetitle("PACS"), {0, 2}},
+      {Selector::byIndex(2), {1}},
+      {Selector::byId("6f1c4d2e-1111-4a4a-8b8b-123456789abc"), {0}},
+      {Selector::byId("00000000-0000-4000-8000-000000000000"), {}},
+  };
+  for (const auto& c2 : cases) EXPECT_EQ(c.matches(c2.selector), c2.found) << c2.selector.describe();
+}
+
+TEST(CatalogueSelection, RefusesWithTheCandidates) {
+  const auto c = Catalogue::parse(kNodes, FileFormat::json);
+  const struct {
+    Selector selector;
+    std::string says;
+  } cases[] = {
+      {Selector::byAetitle("PACS"), "2 nodes match --aet \"PACS\"; select one with --index:\n  #1 Caf\u00e9 (PACS)\n  #3 Three (PACS)"},
+      {Selector::byName("None"), "no node matches --name \"None\"; the nodes are:\n  #1"},
+      {Selector::byIndex(4), "the catalogue holds 3 node(s)"},
+      {Selector{Selector::By::index, "0"}, "numbered from 1"},
+      {Selector{Selector::By::index, "x"}, "numbered from 1"},
+  };
+  for (const auto& c2 : cases) {
+    try {
+      c.selectOne(c2.selector);
+      ADD_FAILURE() << c2.selector.describe();
+    } catch (const CatalogueError& e) {
+      EXPECT_EQ(e.kind(), CatalogueError::Kind::selection);
+      EXPECT_NE(std::string(e.what()).find(c2.says), std::string::npos) << e.what();
+    }
+  }
+}
+
+TEST(CatalogueSelection, PropertyListsHaveNoIdentifiers) {
+  const auto c = Catalogue::parse(
+      "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>AETitle</key><string>A</string></dict></plist>",
+      FileFormat::xmlPropertyList);
+  EXPECT_FALSE(c.node(0).uniqueId) << "a read's random identifier is not the file's";
+  EXPECT_THROW(c.matches(Selector::byId(c.node(0).id())), CatalogueError);
+}
+
+TEST(CatalogueJsonEdit, ChangesOnlyChangedMembersAndKeepsUnknownOnes) {
+  auto c = Catalogue::parse(kNodes, FileFormat::json);
+  DicomNode node = c.node(0);
+  node.icon.reset();
+  node.port = "104";
+  node.wadoSettings.https = true;
+  const auto changed = c.replace(0, node);
+  EXPECT_EQ(changed, (std::vector<std::string>{"port", "wadoSettings.https", "icon"}));
+  const auto saved = json::parse(c.serialize());
+  const auto& first = saved.as_array()[0].as_object();
+  EXPECT_FALSE(first.contains("icon"));
+  EXPECT_EQ(first.at("x-top"), json::parse("[1]"));
+  EXPECT_EQ(first.at("wadoSettings").as_object().at("x-nested"), 1);
+  EXPECT_EQ(saved.as_array()[1], json::parse(kNodes).as_array()[1]);
+  EXPECT_TRUE(c.replace(0, node).empty()) << "a second identical edit changes nothing";
+}
+
+TEST(CatalogueShape, ASingleRecordStaysSingleUntilASecondArrives) {
+  auto c = Catalogue::parse(R"({"transferSyntax": 2, "retrieveMode": 1, "isDicomNode": true,
+                                "wadoSettings": {"retrieveSyntax": 0, "https": false}})",
+                            FileFormat::json);
+  EXPECT_EQ(c.serialize().front(), '{');
+  c.append(c.node(0));
+  EXPECT_EQ(c.serialize().front(), '[');
+  c.remove(1);
+  c.remove(0);
+  EXPECT_EQ(c.serialize(), "[]\n");
+}
+
+}  // namespace
+}  // namespace telvor::catalogue
