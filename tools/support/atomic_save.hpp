@@ -51,7 +51,8 @@ class SaveError : public std::runtime_error {
 // While the save runs, SIGINT, SIGTERM and SIGHUP (unless ignored) remove the temporary
 // file and end the process with status 128 + the signal number (130, 143, 129), and
 // SIGXFSZ is ignored so that a file-size limit is an error rather than a crash. Saves in
-// one process are serialised.
+// one process are serialised. The file is a new inode: other hard links to the old one keep
+// the old bytes.
 void saveAtomically(const std::filesystem::path& target, std::string_view bytes, const SaveOptions& options = {});
 
 }  // namespace telvor::tool

@@ -1,7 +1,6 @@
 #include "support/bounded_input.hpp"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -88,18 +87,6 @@ TEST_F(BoundedInput, RefusesWhatIsTooLargeOrNoFileBeforeReadingItWhole) {
       EXPECT_EQ(e.errorNumber(), c.error) << c.name;
       EXPECT_EQ(std::string(e.what()).rfind(c.message, 0), 0u) << c.name << ": " << e.what();
     }
-  }
-}
-
-TEST_F(BoundedInput, NamesAnUnreadableFile) {
-  if (::geteuid() == 0) GTEST_SKIP() << "running as root, which reads files of any mode";
-  const auto path = file("locked", 10);
-  ::chmod(path.c_str(), 0);
-  try {
-    readBounded(path);
-    ADD_FAILURE() << "read a file of mode 0";
-  } catch (const ReadError& e) {
-    EXPECT_EQ(std::string(e.what()), path + ": Permission denied");
   }
 }
 
