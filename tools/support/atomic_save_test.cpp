@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <fstream>
@@ -55,10 +56,20 @@ std::string payload(std::size_t size) {
   return bytes;
 }
 
+// Runs `body` in a child process that never returns into the test runner.
+pid_t startChild(const std::function<int()>& body) {
+  const pid_t child = ::fork();
+  if (child != 0) return child;
+  try {
+    ::_exit(body());
+  } catch (...) {
+    ::_exit(99);
+  }
+}
+
 // Runs `body` in a child process; its exit status (or 128 + signal) comes back.
 int inChild(const std::function<int()>& body) {
-  const pid_t child = ::fork();
-  if (child == 0) ::_exit(body());
+  const pid_t child = startChild(body);
   int status = 0;
   ::waitpid(child, &status, 0);
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
@@ -210,12 +221,10 @@ TEST_F(AtomicSave, AKillAtAnyPointLeavesTheOldOrTheWholeNewFile) {
   const std::string old = payload(300'000);
   const std::string fresh = payload(16 << 20);
   const auto saveInChild = [&] {
-    const pid_t child = ::fork();
-    if (child == 0) {
+    return startChild([&] {
       saveAtomically(target, fresh);
-      ::_exit(0);
-    }
-    return child;
+      return 0;
+    });
   };
   // How long one whole save takes here; the kills are spread over it.
   put(target, old);
@@ -251,12 +260,11 @@ TEST_F(AtomicSave, SignalsDuringASaveRemoveTheTemporaryAndExitWithTheirStatus) {
     bool caught = false;
     for (int attempt = 0; attempt < 5 && !caught; ++attempt) {
       put(target, old);
-      const pid_t child = ::fork();
-      if (child == 0) {
+      const pid_t child = startChild([&] {
         for (const int s : {SIGINT, SIGTERM, SIGHUP}) ::signal(s, SIG_DFL);
         saveAtomically(target, fresh);
-        ::_exit(0);
-      }
+        return 0;
+      });
       // Signal as soon as the temporary file shows; a save that wins the race is tried again.
       const auto deadline = std::chrono::steady_clock::now() + 10s;
       while (leftovers(dir_, {"nodes.plist"}).empty() && std::chrono::steady_clock::now() < deadline &&

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -31,16 +32,20 @@ class BoundedInput : public testing::Test {
   fs::path dir_;
 };
 
-// Reads `path` from a pipe that a child process fills with `size` bytes.
+// Reads, through its /dev/fd path, a pipe that a child process fills with `size` bytes.
 std::string readFromPipe(std::size_t size, std::uint64_t limit) {
   int ends[2];
   if (::pipe(ends) != 0) throw std::runtime_error("pipe");
   const pid_t writer = ::fork();
   if (writer == 0) {
     ::close(ends[0]);
-    const std::string bytes(size, 'p');
-    const bool whole = ::write(ends[1], bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
-    ::_exit(whole ? 0 : 1);
+    static const char bytes[64 * 1024] = {};
+    for (std::size_t left = size; left > 0;) {
+      const ssize_t written = ::write(ends[1], bytes, std::min(left, sizeof bytes));
+      if (written <= 0) ::_exit(1);
+      left -= static_cast<std::size_t>(written);
+    }
+    ::_exit(0);
   }
   ::close(ends[1]);
   struct Reap {
