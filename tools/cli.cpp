@@ -7,6 +7,8 @@
 
 #include "command.hpp"
 #include "commands.hpp"
+#include "support/checked_output.hpp"
+#include "support/terminal_text.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
@@ -27,8 +29,24 @@ constexpr const char* kExitStatuses =
     "     error printed as KIND at PATH: DESCRIPTION\n"
     "  4  the result could not be saved: no space, permissions, lock not obtained\n";
 
-int fail(const char* what, int status) {
-  std::cerr << "telvor-nodes: " << what << '\n';
+// Error lines may quote a catalogue's text or a path: escaped line by line, never raw.
+int fail(std::string_view what, int status) {
+  std::string text = "telvor-nodes: ";
+  for (std::size_t start = 0;;) {
+    const auto end = what.find('\n', start);
+    text += escapeForTerminal(what.substr(start, end - start));
+    if (end == std::string_view::npos) break;
+    text += '\n';
+    start = end + 1;
+  }
+  std::cerr << text << '\n';
+  return status;
+}
+
+// Runs the command, then makes sure everything written to standard output arrived.
+int runChecked(const CommandRun& run) {
+  const int status = run();
+  finishStandardOutput();
   return status;
 }
 
@@ -61,27 +79,27 @@ int runCommandLine(int argc, char** argv) {
   } catch (const CLI::CallForAllHelp& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
-    std::cerr << "telvor-nodes: " << e.what() << '\n'
-              << "Run \"telvor-nodes --help\" or \"telvor-nodes COMMAND --help\" for the options.\n";
+    fail(e.what(), kUsage);
+    std::cerr << "Run \"telvor-nodes --help\" or \"telvor-nodes COMMAND --help\" for the options.\n";
     return kUsage;
   }
 
   try {
     if (help->parsed()) {
       if (helpTopic.empty()) {
-        std::cout << app.help();
-        return kSuccess;
+        writeStandardOutput(app.help());
+        return runChecked([] { return kSuccess; });
       }
       for (const auto& [command, run] : runs)
         if (command->get_name() == helpTopic) {
-          std::cout << command->help("telvor-nodes");
-          return kSuccess;
+          writeStandardOutput(command->help("telvor-nodes"));
+          return runChecked([] { return kSuccess; });
         }
       throw UsageError("no command \"" + helpTopic + "\"");
     }
     for (const auto& [command, run] : runs)
-      if (command->parsed()) return run();
-    if (version) return runVersion();
+      if (command->parsed()) return runChecked(run);
+    if (version) return runChecked(runVersion);
     throw UsageError("a command is required (run \"telvor-nodes --help\" for the list)");
   } catch (const UsageError& e) {
     return fail(e.what(), kUsage);
@@ -89,6 +107,9 @@ int runCommandLine(int argc, char** argv) {
     return fail(e.what(), kUnusableInput);
   } catch (const SaveFailure& e) {
     return fail(e.what(), kNotSaved);
+  } catch (const OutputError& e) {
+    // A reader that went away wants no more output, and no message either.
+    return e.brokenPipe() ? kNotSaved : fail(e.what(), kNotSaved);
   } catch (const std::exception& e) {
     return fail(e.what(), kUnusableInput);
   }

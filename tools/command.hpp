@@ -7,6 +7,7 @@
 // COMMAND`, the error handling and the exit statuses come with it.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -41,5 +42,9 @@ CommandSpec convertCommand();
 // standard input; none: the bundled sample catalogue) and --json.
 void addCatalogueInput(CLI::App& command, Options& options);
 void addJsonFlag(CLI::App& command, bool& json);
+// --max-input-size BYTES (default 256 MiB) and --follow-symlinks, for the commands that
+// read a file and those that save one.
+void addInputLimit(CLI::App& command, std::uint64_t& maxInputBytes);
+void addFollowSymlinks(CLI::App& command, bool& follow);
 
 }  // namespace telvor::tool

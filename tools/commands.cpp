@@ -1,9 +1,8 @@
 #include "commands.hpp"
 
-#include <iostream>
-
 #include "catalogue_error.hpp"
 #include "io.hpp"
+#include "support/checked_output.hpp"
 #include "telvor/presentation/version.hpp"
 #include "tool_error.hpp"
 
@@ -18,10 +17,10 @@ void rethrowAsToolError(const catalogue::CatalogueError& error) {
   throw InputError(error.what());
 }
 
-catalogue::Catalogue readCatalogue(const std::optional<std::string>& input) {
+catalogue::Catalogue readCatalogue(const std::optional<std::string>& input, std::uint64_t maxInputBytes) {
   try {
     if (!input) return catalogue::Catalogue::parse(sampleCatalogue(), catalogue::FileFormat::xmlPropertyList);
-    const std::string bytes = readInput(*input);
+    const std::string bytes = readInput(*input, maxInputBytes);
     return catalogue::Catalogue::parse(bytes, catalogue::Catalogue::formatOf(*input, bytes));
   } catch (const catalogue::CatalogueError& e) {
     rethrowAsToolError(e);
@@ -31,7 +30,7 @@ catalogue::Catalogue readCatalogue(const std::optional<std::string>& input) {
 int runVersion() {
   // The library's identification line, without the "@(#)" marker that finds it in binaries.
   const std::string_view line(reinterpret_cast<const char*>(TelvorVersionString) + 4, sizeof TelvorVersionString - 5);
-  std::cout << "telvor-nodes " TELVOR_VERSION_TEXT " (" << line.substr(0, line.size() - 1) << ")\n";
+  writeStandardOutput("telvor-nodes " TELVOR_VERSION_TEXT " (" + std::string(line.substr(0, line.size() - 1)) + ")\n");
   return 0;
 }
 

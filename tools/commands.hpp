@@ -2,6 +2,7 @@
 // catalogue library mapped onto the tool's exit statuses.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,7 +19,7 @@ int runEcho(const Options& options);
 
 // The catalogue in FILE ("-": standard input), or the bundled sample catalogue when no
 // file is named. Throws InputError.
-catalogue::Catalogue readCatalogue(const std::optional<std::string>& input);
+catalogue::Catalogue readCatalogue(const std::optional<std::string>& input, std::uint64_t maxInputBytes);
 
 // Rethrows a CatalogueError as the tool's error for its kind.
 [[noreturn]] void rethrowAsToolError(const catalogue::CatalogueError& error);

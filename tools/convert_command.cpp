@@ -73,7 +73,7 @@ int convert(const Options& options, const std::string& bytes, Format from) {
   const Format to = outputFormat(options, from);
   if (options.binary && to != Format::plist) throw UsageError("--binary applies to property lists only");
   const auto records = readRecords<T>(bytes, from);
-  writeOutput(options.output, writeRecords(records, to, options.binary));
+  writeOutput(options.output, writeRecords(records, to, options.binary), options.followSymlinks);
   if constexpr (std::is_same_v<T, DicomNode>) {
     if (const auto dropped = droppedEntries(bytes, from))
       std::cerr << "telvor-nodes: note: the output leaves out " << dropped
@@ -92,7 +92,7 @@ int runConvert(const Options& options) {
     throw UsageError("statuses exist only as JSON");
   if (options.binary && options.to == Format::json) throw UsageError("--binary applies to property lists only");
   const std::string path = options.input.value_or("-");
-  const std::string bytes = readInput(path);
+  const std::string bytes = readInput(path, options.maxInputBytes);
   const Format from = inputFormat(options.from, path, bytes);
   switch (options.type) {
     case RecordType::node: return convert<DicomNode>(options, bytes, from);
@@ -121,6 +121,8 @@ CommandSpec convertCommand() {
             command.add_option("--to", options->to, "output format (default: by extension, else the other one)")
                 ->transform(CLI::CheckedTransformer(formats));
             command.add_flag("--binary", options->binary, "write a binary property list instead of XML");
+            addFollowSymlinks(command, options->followSymlinks);
+            addInputLimit(command, options->maxInputBytes);
             return CommandRun([options] { return runConvert(*options); });
           }};
 }

@@ -11,6 +11,8 @@
 #include "commands.hpp"
 #include "field_options.hpp"
 #include "selector_options.hpp"
+#include "support/checked_output.hpp"
+#include "support/terminal_text.hpp"
 #include "telvor/node/node_validation.hpp"
 #include "tool_error.hpp"
 
@@ -23,6 +25,8 @@ struct EditOptions {
   SelectorOptions selector;
   bool force = false;
   double waitSeconds = 10;
+  bool followSymlinks = false;
+  std::uint64_t maxInputBytes = catalogue::kDefaultMaxInputBytes;
   CLI::App* command = nullptr;
 };
 
@@ -31,11 +35,13 @@ void addEditOptions(CLI::App& command, EditOptions& options, bool withForce) {
   if (withForce) command.add_flag("--force", options.force, "save the node even when `check` would flag it");
   command.add_option("--wait", options.waitSeconds, "seconds to wait for another editor's lock (default 10)")
       ->check(CLI::Range(0.0, 3600.0));
+  addFollowSymlinks(command, options.followSymlinks);
+  addInputLimit(command, options.maxInputBytes);
   options.command = &command;
 }
 
 std::string describe(const DicomNode& node, std::size_t index) {
-  return "#" + std::to_string(index + 1) + (node.name ? " " + *node.name : std::string());
+  return "#" + std::to_string(index + 1) + (node.name ? " " + escapeForTerminal(*node.name) : std::string());
 }
 
 // Refuses a node with problems unless forced, printing them as `check` does.
@@ -52,6 +58,8 @@ catalogue::CatalogueEditor openEditor(const EditOptions& options, bool create) {
   catalogue::CatalogueEditor::Options open;
   open.wait = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(options.waitSeconds * 1000)));
   open.createIfMissing = create;
+  open.followSymlinks = options.followSymlinks;
+  open.maxInputBytes = options.maxInputBytes;
   return catalogue::CatalogueEditor::open(options.file, open);
 }
 
@@ -66,7 +74,7 @@ int runAdd(EditOptions& options) {
     auto editor = openEditor(options, true);
     editor.catalogue().append(node);
     editor.save();
-    std::cout << "added " << describe(node, editor.catalogue().size() - 1) << '\n';
+    writeStandardOutput("added " + describe(node, editor.catalogue().size() - 1) + '\n');
   } catch (const catalogue::CatalogueError& e) {
     rethrowAsToolError(e);
   }
@@ -116,13 +124,13 @@ int runSet(EditOptions& options) {
     refuseProblems(node, options.force);
     const auto changed = catalogue.replace(index, node);
     if (changed.empty()) {
-      std::cout << "unchanged " << describe(node, index) << '\n';
+      writeStandardOutput("unchanged " + describe(node, index) + '\n');
       return kSuccess;
     }
     editor.save();
-    std::cout << "changed " << describe(node, index) << ':';
-    for (const auto& key : changed) std::cout << ' ' << key;
-    std::cout << '\n';
+    std::string line = "changed " + describe(node, index) + ':';
+    for (const auto& key : changed) line += ' ' + escapeForTerminal(key);
+    writeStandardOutput(line + '\n');
   } catch (const catalogue::CatalogueError& e) {
     rethrowAsToolError(e);
   }
@@ -138,7 +146,7 @@ int runRemove(EditOptions& options) {
     const DicomNode node = catalogue.node(index);
     catalogue.remove(index);
     editor.save();
-    std::cout << "removed " << describe(node, index) << '\n';
+    writeStandardOutput("removed " + describe(node, index) + '\n');
   } catch (const catalogue::CatalogueError& e) {
     rethrowAsToolError(e);
   }

@@ -5,13 +5,15 @@
 #include <vector>
 
 #include "case_names.hpp"
+#include "support/terminal_text.hpp"
 #include "telvor/json/json.hpp"
 
 namespace telvor::tool {
 namespace {
 
+// Catalogue text as a terminal may show it.
 std::string orNone(const std::optional<std::string>& text, const char* none = "(absent)") {
-  return text ? *text : none;
+  return text ? escapeForTerminal(*text) : none;
 }
 
 std::string yesNo(bool value) { return value ? "yes" : "no"; }
@@ -26,6 +28,7 @@ std::string_view passwordState(const DicomNode& node) noexcept {
 boost::json::object nodeEntry(const DicomNode& node, std::size_t index, bool withIdentifier) {
   DicomNode shown = node;
   shown.wadoSettings.password.reset();
+  if (shown.wadoSettings.url) shown.wadoSettings.url = maskUrlPassword(*shown.wadoSettings.url);
   if (!withIdentifier) shown.uniqueId.reset();
   boost::json::object entry;
   entry["index"] = index + 1;
@@ -54,7 +57,7 @@ std::string formatNodeFields(const DicomNode& n, std::size_t index, bool withIde
       {"TLS profile", tls ? std::to_string(rawValue(tls->securityProfile)) : "-"},
       {"Verify peer", tls ? yesNo(tls->verifyPeerCertificate) : "-"},
       {"Client certificate", tls ? yesNo(tls->authenticateWithCertificate) : "-"},
-      {"WADO URL", orNone(wado.url)},
+      {"WADO URL", wado.url ? escapeForTerminal(maskUrlPassword(*wado.url)) : "(absent)"},
       {"WADO port", wado.port ? std::to_string(*wado.port) : "(absent)"},
       {"WADO user", orNone(wado.username)},
       {"WADO password", "(" + std::string(passwordState(n)) + ")"},

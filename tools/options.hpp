@@ -2,6 +2,7 @@
 // echo), as their CLI11 declarations fill them.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -18,6 +19,8 @@ struct Options {
   std::optional<std::string> input;   // a path, or "-" for standard input
   std::optional<std::string> output;  // a path; standard output when absent
   bool json = false;                  // one JSON document on standard output
+  bool followSymlinks = false;        // -o may name a symbolic link, whose target is replaced
+  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;  // larger inputs are refused unread
   // echo only
   std::string callingAeTitle = "TELVOR";
   double timeoutSeconds = 5;

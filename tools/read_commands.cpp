@@ -2,7 +2,6 @@
 #include <CLI/CLI.hpp>
 #include <boost/json/array.hpp>
 
-#include <iostream>
 #include <memory>
 
 #include "command.hpp"
@@ -11,18 +10,20 @@
 #include "node_output.hpp"
 #include "node_table.hpp"
 #include "selector_options.hpp"
+#include "support/checked_output.hpp"
+#include "support/terminal_text.hpp"
 #include "telvor/json/json.hpp"
 #include "telvor/node/node_validation.hpp"
 
 namespace telvor::tool {
 namespace {
 
-void printJson(const boost::json::value& document) { std::cout << json::serialize(document, {.indent = 2}) << '\n'; }
+void printJson(const boost::json::value& document) { writeStandardOutput(json::serialize(document, {.indent = 2}) + '\n'); }
 
 int runList(const Options& options) {
-  const auto catalogue = readCatalogue(options.input);
+  const auto catalogue = readCatalogue(options.input, options.maxInputBytes);
   if (!options.json) {
-    std::cout << formatNodeTable(catalogue.nodes());
+    writeStandardOutput(formatNodeTable(catalogue.nodes()));
     return kSuccess;
   }
   boost::json::array nodes;
@@ -33,12 +34,13 @@ int runList(const Options& options) {
 }
 
 int runCheck(const Options& options) {
-  const auto catalogue = readCatalogue(options.input);
+  const auto catalogue = readCatalogue(options.input, options.maxInputBytes);
   bool clean = true;
   boost::json::array report;
+  std::string out;
   for (std::size_t i = 0; i < catalogue.size(); ++i) {
     const auto& node = catalogue.node(i);
-    const auto label = node.name ? *node.name : "node " + std::to_string(i + 1);
+    const auto label = node.name ? escapeForTerminal(*node.name) : "node " + std::to_string(i + 1);
     const auto problems = validate(node);
     clean = clean && problems.empty();
     if (options.json) {
@@ -50,21 +52,24 @@ int runCheck(const Options& options) {
       report.push_back(std::move(entry));
       continue;
     }
-    if (problems.empty()) std::cout << label << ": ok\n";
-    for (const auto& problem : problems) std::cout << label << ": " << codeName(problem.code) << ": " << problem.message << '\n';
+    if (problems.empty()) out += label + ": ok\n";
+    for (const auto& problem : problems)
+      out += label + ": " + std::string(codeName(problem.code)) + ": " + escapeForTerminal(problem.message) + '\n';
   }
   if (options.json) printJson(boost::json::object{{"ok", clean}, {"nodes", std::move(report)}});
+  else writeStandardOutput(out);
   return clean ? kSuccess : kAnswerNo;
 }
 
 struct ShowOptions {
   std::string file;
+  std::uint64_t maxInputBytes = catalogue::kDefaultMaxInputBytes;
   SelectorOptions selector;
   bool json = false;
 };
 
 int runShow(const ShowOptions& options) {
-  const auto catalogue = readCatalogue(options.file);
+  const auto catalogue = readCatalogue(options.file, options.maxInputBytes);
   std::size_t index = 0;
   try {
     index = catalogue.selectOne(options.selector.selector());
@@ -72,7 +77,7 @@ int runShow(const ShowOptions& options) {
     rethrowAsToolError(e);
   }
   if (options.json) printJson(nodeEntry(catalogue.node(index), index, catalogue.storesIdentifiers()));
-  else std::cout << formatNodeFields(catalogue.node(index), index, catalogue.storesIdentifiers());
+  else writeStandardOutput(formatNodeFields(catalogue.node(index), index, catalogue.storesIdentifiers()));
   return kSuccess;
 }
 
@@ -82,6 +87,17 @@ void addCatalogueInput(CLI::App& command, Options& options) {
   command.add_option("FILE", options.input,
                      "catalogue: XML or binary property list, or JSON; \"-\" reads standard input "
                      "(default: the bundled sample catalogue)");
+  addInputLimit(command, options.maxInputBytes);
+}
+
+void addInputLimit(CLI::App& command, std::uint64_t& maxInputBytes) {
+  command.add_option("--max-input-size", maxInputBytes, "refuse larger inputs unread (default 268435456, 256 MiB)")
+      ->check(CLI::PositiveNumber);
+}
+
+void addFollowSymlinks(CLI::App& command, bool& follow) {
+  command.add_flag("--follow-symlinks", follow,
+                   "when the file to save is a symbolic link, replace the file it points to (refused otherwise)");
 }
 
 void addJsonFlag(CLI::App& command, bool& json) {
@@ -110,7 +126,8 @@ CommandSpec checkCommand() {
 CommandSpec showCommand() {
   return {"show", "every field of one node (the WADO password only as set, empty or absent)", [](CLI::App& command) {
             auto options = std::make_shared<ShowOptions>();
-            command.add_option("FILE", options->file, "catalogue file")->required();
+            command.add_option("FILE", options->file, "catalogue file; \"-\" reads standard input")->required();
+            addInputLimit(command, options->maxInputBytes);
             addSelectorOptions(command, options->selector);
             addJsonFlag(command, options->json);
             return CommandRun([options] {

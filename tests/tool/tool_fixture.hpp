@@ -44,18 +44,21 @@ class ToolTest : public testing::Test {
 
  public:
 
-  // Runs the tool with `args` (a shell-quoted string), standard input from `stdinPath`.
-  ToolRun run(const std::string& args, const std::string& stdinPath = "/dev/null") const {
-    return shell("'" + std::string(TELVOR_NODES_TOOL) + "' " + args, stdinPath);
+  // Runs the tool with `args` (a shell-quoted string), standard input from `stdinPath`,
+  // standard output to `stdoutPath` (kept in `out` when empty).
+  ToolRun run(const std::string& args, const std::string& stdinPath = "/dev/null",
+              const std::string& stdoutPath = "") const {
+    return shell("'" + std::string(TELVOR_NODES_TOOL) + "' " + args, stdinPath, stdoutPath);
   }
 
   // Runs a shell command line, capturing its outputs.
-  ToolRun shell(const std::string& line, const std::string& stdinPath = "/dev/null") const {
-    const auto out = scratch_ / "stdout", err = scratch_ / "stderr";
+  ToolRun shell(const std::string& line, const std::string& stdinPath = "/dev/null",
+                const std::string& stdoutPath = "") const {
+    const auto out = stdoutPath.empty() ? scratch_ / "stdout" : fs::path(stdoutPath), err = scratch_ / "stderr";
     const std::string command =
         "(" + line + ") <'" + stdinPath + "' >'" + out.string() + "' 2>'" + err.string() + "'";
     const int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(out), slurp(err)};
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, stdoutPath.empty() ? slurp(out) : "", slurp(err)};
   }
 
   // Runs one of the Python helpers beside these tests.

@@ -6,11 +6,10 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include "catalogue_error.hpp"
-#include "save_stand_in.hpp"
+#include "support/atomic_save.hpp"
+#include "support/bounded_input.hpp"
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/coding/text.hpp"
 #include "telvor/json/json.hpp"
@@ -74,19 +73,18 @@ boost::json::object codedForm(const DicomNode& node) {
   }
 }
 
-std::string readFile(const std::filesystem::path& path, bool* missing) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    const int error = errno;
-    if (missing && error == ENOENT) {
+// The file's bytes; when `missing` is given, a file that does not exist sets it instead.
+std::string readFile(const std::filesystem::path& path, std::uint64_t limit, bool* missing) {
+  try {
+    return tool::readBounded(path.string(), limit);
+  } catch (const tool::ReadError& e) {
+    if (missing && e.errorNumber() == ENOENT) {
       *missing = true;
       return {};
     }
-    throw CatalogueError(Kind::unusableInput, "cannot read \"" + path.string() + "\": " + std::strerror(error));
+    throw CatalogueError(Kind::unusableInput,
+                         e.tooLarge() ? std::string(e.what()) + " (raise it with --max-input-size BYTES)" : e.what());
   }
-  std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (file.bad()) throw CatalogueError(Kind::unusableInput, "cannot read \"" + path.string() + "\"");
-  return bytes;
 }
 
 }  // namespace
@@ -146,8 +144,8 @@ Catalogue Catalogue::parse(std::string_view bytes, FileFormat format) {
   return catalogue;
 }
 
-Catalogue Catalogue::load(const std::filesystem::path& path) {
-  const std::string bytes = readFile(path, nullptr);
+Catalogue Catalogue::load(const std::filesystem::path& path, std::uint64_t maxInputBytes) {
+  const std::string bytes = readFile(path, maxInputBytes, nullptr);
   return parse(bytes, formatOf(path, bytes));
 }
 
@@ -267,9 +265,13 @@ std::string Catalogue::serialize() const {
 }
 
 CatalogueEditor CatalogueEditor::open(const std::filesystem::path& path, const Options& options) {
-  auto lock = CatalogueLock::acquire(path, options.wait);
+  // Through a followed link, the lock belongs to the file that is replaced, so that editors
+  // reaching it by the link and by its own name exclude each other.
+  std::error_code ec;
+  const auto target = options.followSymlinks ? std::filesystem::weakly_canonical(path, ec) : path;
+  auto lock = CatalogueLock::acquire(ec ? path : target, options.wait);
   bool missing = false;
-  const std::string bytes = readFile(path, options.createIfMissing ? &missing : nullptr);
+  const std::string bytes = readFile(path, options.maxInputBytes, options.createIfMissing ? &missing : nullptr);
   auto catalogue = missing ? Catalogue::empty(Catalogue::formatOf(path, {}))
                            : Catalogue::parse(bytes, Catalogue::formatOf(path, bytes));
   return CatalogueEditor(path, options, std::move(lock), std::move(catalogue));
@@ -278,9 +280,11 @@ CatalogueEditor CatalogueEditor::open(const std::filesystem::path& path, const O
 void CatalogueEditor::save() {
   const std::string bytes = catalogue_.serialize();
   try {
-    tool::support::saveAtomically(path_, bytes, {.followSymlinks = options_.followSymlinks});
-  } catch (const tool::support::SaveError& e) {
-    throw CatalogueError(Kind::notSaved, e.what());
+    tool::saveAtomically(path_, bytes, {.followSymlinks = options_.followSymlinks});
+  } catch (const tool::SaveError& e) {
+    throw CatalogueError(Kind::notSaved, e.isSymbolicLink() ? std::string(e.what()) +
+                                                                  " (--follow-symlinks replaces the file it points to)"
+                                                            : e.what());
   }
 }
 

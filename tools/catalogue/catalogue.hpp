@@ -21,6 +21,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -36,6 +37,9 @@ namespace telvor::catalogue {
 
 enum class FileFormat { xmlPropertyList, binaryPropertyList, json };
 
+// Larger catalogues are refused unread (256 MiB).
+inline constexpr std::uint64_t kDefaultMaxInputBytes = std::uint64_t{256} << 20;
+
 class Catalogue {
  public:
   // The format of a catalogue: a binary property list by its signature, else the
@@ -46,8 +50,9 @@ class Catalogue {
   // Reads a catalogue. Throws CatalogueError (unusableInput) whose message is the
   // "KIND at PATH: DESCRIPTION" of the failing record.
   static Catalogue parse(std::string_view bytes, FileFormat format);
-  // Reads the file (no lock). Throws CatalogueError (unusableInput) naming the path.
-  static Catalogue load(const std::filesystem::path& path);
+  // Reads the file (no lock), refusing one larger than `maxInputBytes`. Throws
+  // CatalogueError (unusableInput) naming the path.
+  static Catalogue load(const std::filesystem::path& path, std::uint64_t maxInputBytes = kDefaultMaxInputBytes);
   // A catalogue with no node, to be saved in `format`.
   static Catalogue empty(FileFormat format);
 
@@ -102,6 +107,7 @@ class CatalogueEditor {
     std::chrono::milliseconds wait{10'000};  // how long to wait for another editor
     bool createIfMissing = false;            // an absent file is an empty catalogue
     bool followSymlinks = false;             // passed to the atomic save
+    std::uint64_t maxInputBytes = kDefaultMaxInputBytes;
   };
 
   // Locks, then reads. Throws CatalogueError: notSaved when the lock is not obtained,
