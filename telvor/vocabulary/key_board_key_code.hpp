@@ -31,15 +31,11 @@ enum class KeyBoardKeyCode : std::uint16_t {
   keyboardUpArrow = 0x7E,
 };
 
-struct KeyBoardKeyCodeRow {
-  KeyBoardKeyCode value;
-};
-
 template <>
 struct EnumTraits<KeyBoardKeyCode> {
   static constexpr std::string_view name = "KeyBoardKeyCode";
   static constexpr EnumFeatures features{};
-  static constexpr std::array<KeyBoardKeyCodeRow, 10> rows{{
+  static constexpr std::array<EnumRow<KeyBoardKeyCode>, 10> rows{{
       {KeyBoardKeyCode::letterA},
       {KeyBoardKeyCode::letterD},
       {KeyBoardKeyCode::backspace},

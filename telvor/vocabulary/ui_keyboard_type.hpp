@@ -32,15 +32,11 @@ enum class UIKeyboardType : std::int64_t {
   asciiCapableNumberPad = 11,
 };
 
-struct UIKeyboardTypeRow {
-  UIKeyboardType value;
-};
-
 template <>
 struct EnumTraits<UIKeyboardType> {
   static constexpr std::string_view name = "UIKeyboardType";
   static constexpr EnumFeatures features{};
-  static constexpr std::array<UIKeyboardTypeRow, 12> rows{{
+  static constexpr std::array<EnumRow<UIKeyboardType>, 12> rows{{
       {UIKeyboardType::default_},
       {UIKeyboardType::asciiCapable},
       {UIKeyboardType::numbersAndPunctuation},
@@ -55,5 +51,9 @@ struct EnumTraits<UIKeyboardType> {
       {UIKeyboardType::asciiCapableNumberPad},
   }};
 };
+
+// The code is the position: fromRawValue is a bounds test.
+static_assert(detail::EnumIndex<UIKeyboardType>::contiguous && rawValue(EnumTraits<UIKeyboardType>::rows[0].value) == 0,
+              "keyboard kind codes are their positions");
 
 }  // namespace telvor
