@@ -1,9 +1,9 @@
-// JSON text in and out: hostile input, output shape.
+// JSON text in and out: hostile input, output shape. Includes only the format's header,
+// which must be enough to catch the errors it throws.
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "telvor/coding/coding_error.hpp"
 #include "telvor/json/json.hpp"
 #include "telvor/vocabulary/transfer_syntax.hpp"
 
