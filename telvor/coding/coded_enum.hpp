@@ -14,6 +14,7 @@
 #pragma once
 
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -44,6 +45,12 @@ struct EnumRow {
   std::string_view title{};
   Fact fact{};
 };
+
+// The rows of an enumeration without titles or further facts: its cases in order.
+template <class E, std::same_as<E>... Es>
+constexpr std::array<EnumRow<E>, 1 + sizeof...(Es)> casesOnly(E first, Es... rest) noexcept {
+  return {{EnumRow<E>{first}, EnumRow<E>{rest}...}};
+}
 
 // Specialise for each enumeration E with:
 //   static constexpr std::string_view name;        // "TransferSyntax"

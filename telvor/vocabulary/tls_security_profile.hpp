@@ -30,14 +30,9 @@ template <>
 struct EnumTraits<TLSSecurityProfile> {
   static constexpr std::string_view name = "TLSSecurityProfile";
   static constexpr EnumFeatures features{.allCases = true, .id = true, .title = false, .codable = true};
-  static constexpr std::array<EnumRow<TLSSecurityProfile>, 6> rows{{
-      {TLSSecurityProfile::profile0},
-      {TLSSecurityProfile::profile1},
-      {TLSSecurityProfile::profile2},
-      {TLSSecurityProfile::profile3},
-      {TLSSecurityProfile::profile4},
-      {TLSSecurityProfile::profile5},
-  }};
+  using P = TLSSecurityProfile;
+  static constexpr auto rows = casesOnly(
+      P::profile0, P::profile1, P::profile2, P::profile3, P::profile4, P::profile5);
 };
 
 // Stored settings hold the code, and the code is the position: fromRawValue is a bounds test.
