@@ -1,7 +1,7 @@
 // How JSON values meet the coding interface: the JSON format's own decisions (arrays,
 // lookups in any order, views into the document, UTF-8; numbers are pinned in
-// json_hostile_input_test.cpp). The interface's rules
-// themselves are tested format-free in telvor/coding/coding_interface_test.cpp.
+// json_hostile_input_test.cpp). The interface's rules themselves are tested format-free
+// in telvor/coding/coding_interface_test.cpp.
 #include <gtest/gtest.h>
 
 #include <array>
