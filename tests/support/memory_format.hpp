@@ -44,16 +44,17 @@ struct Other {
 struct Value {
   std::variant<Null, bool, std::int64_t, std::string, Keyed, Array, Other> held;
 
-  Value() = default;
-  Value(Null) {}
-  Value(bool b) : held(b) {}
-  Value(int i) : held(std::int64_t{i}) {}
-  Value(std::int64_t i) : held(i) {}
-  Value(const char* text) : held(std::string(text)) {}
-  Value(std::string text) : held(std::move(text)) {}
-  Value(Keyed k) : held(std::move(k)) {}
-  Value(Array a) : held(std::move(a)) {}
-  Value(Other o) : held(std::move(o)) {}
+  // Defined below, where Entry is complete.
+  Value();
+  Value(Null);
+  Value(bool b);
+  Value(int i);
+  Value(std::int64_t i);
+  Value(const char* text);
+  Value(std::string text);
+  Value(Keyed k);
+  Value(Array a);
+  Value(Other o);
   friend bool operator==(const Value&, const Value&) = default;
 };
 
@@ -62,6 +63,17 @@ struct Entry {
   Value value;
   friend bool operator==(const Entry&, const Entry&) = default;
 };
+
+inline Value::Value() = default;
+inline Value::Value(Null) {}
+inline Value::Value(bool b) : held(b) {}
+inline Value::Value(int i) : held(std::int64_t{i}) {}
+inline Value::Value(std::int64_t i) : held(i) {}
+inline Value::Value(const char* text) : held(std::string(text)) {}
+inline Value::Value(std::string text) : held(std::move(text)) {}
+inline Value::Value(Keyed k) : held(std::move(k)) {}
+inline Value::Value(Other o) : held(std::move(o)) {}
+inline Value::Value(Array a) : held(std::move(a)) {}
 
 inline bool operator==(const Keyed& a, const Keyed& b) { return a.entries == b.entries; }
 inline bool operator==(const Array& a, const Array& b) { return a.elements == b.elements; }
