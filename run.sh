@@ -2,6 +2,7 @@
 # Telvor's one entry point for developers and CI.
 #
 #   ./run.sh test      install missing packages, build, run the whole suite (ctest)
+#   ./run.sh core      the core library alone (no format, companion or tool) and its tests
 #   ./run.sh demo      build and show the telvor-nodes tool on the sample catalogue
 #   ./run.sh bench     build and run the benchmarks with their summary
 #   ./run.sh sanitize  the suite again, built with AddressSanitizer and UBSan (clang)
@@ -64,6 +65,16 @@ cmd_test() {
   deps
   local dir=$BUILD_ROOT/${BUILD_NAME:-default}
   configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}"
+  build "$dir"
+  suite "$dir"
+}
+
+# The core builds and passes its tests without JSON, property lists, DCMTK or the tool.
+cmd_core() {
+  deps
+  local dir=$BUILD_ROOT/core
+  configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}" -DTELVOR_BUILD_JSON=OFF -DTELVOR_BUILD_PLIST=OFF \
+    -DTELVOR_BUILD_DCMTK=OFF
   build "$dir"
   suite "$dir"
 }
@@ -164,6 +175,7 @@ cmd_fuzz() {
 
 case "${1:-}" in
   test) cmd_test ;;
+  core) cmd_core ;;
   demo) cmd_demo ;;
   bench) shift; cmd_bench "$@" ;;
   sanitize) cmd_sanitize ;;
@@ -171,5 +183,5 @@ case "${1:-}" in
   install-check) cmd_install_check ;;
   fuzz) shift; cmd_fuzz "$@" ;;
   deps) deps ;;
-  *) sed -n '2,15p' "$0" | sed 's/^# \{0,1\}//'; exit 2 ;;
+  *) sed -n '2,16p' "$0" | sed 's/^# \{0,1\}//'; exit 2 ;;
 esac

@@ -1,7 +1,5 @@
 #include "records.hpp"
 
-#include <boost/json/array.hpp>
-
 #include "plist_io.hpp"
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/json/json.hpp"
@@ -35,19 +33,17 @@ std::string pathOf(const Records<T>& records, std::size_t index) {
   return records.wasArray ? "$[" + std::to_string(index) + "]" : "$";
 }
 
+// An array of records through the interface's unkeyed container (errors at `$[i]...`),
+// or one record.
 template <class T>
 Records<T> readJson(std::string_view bytes) {
   Records<T> records;
   try {
-    const auto document = json::parse(bytes);
-    if (const auto* array = document.if_array()) {
-      records.wasArray = true;
-      for (std::size_t i = 0; i < array->size(); ++i)
-        records.values.push_back(
-            json::fromDocument<T>((*array)[i], CodingPathLink(nullptr, static_cast<std::int64_t>(i))));
-    } else {
-      records.values.push_back(json::fromDocument<T>(document));
-    }
+    boost::json::monotonic_resource scratch;
+    const auto document = json::parse(bytes, &scratch);
+    records.wasArray = document.is_array();
+    if (records.wasArray) records.values = json::fromDocument<std::vector<T>>(document);
+    else records.values.push_back(json::fromDocument<T>(document));
   } catch (const CodingError& e) {
     throw InputError(e.what());
   }
@@ -70,10 +66,8 @@ template <class T>
 std::string writeJson(const Records<T>& records) {
   try {
     if (!records.wasArray && records.values.size() == 1)
-      return json::serialize(json::toDocument(records.values.front()), {.indent = 2}) + "\n";
-    boost::json::array array;
-    for (const auto& value : records.values) array.push_back(json::toDocument(value));
-    return json::serialize(array, {.indent = 2}) + "\n";
+      return json::encode(records.values.front(), {.indent = 2}) + "\n";
+    return json::encode(records.values, {.indent = 2}) + "\n";
   } catch (const CodingError& e) {
     throw InputError(e.what());
   }

@@ -25,8 +25,8 @@ DecoderBackend::ValueKind JsonDecoderBackend::kind(Position value) const noexcep
       return v.get_uint64() <= kInt64Max ? ValueKind::integer : ValueKind::integerOutOfRange;
     case boost::json::kind::string: return ValueKind::text;
     case boost::json::kind::object: return ValueKind::keyed;
-    case boost::json::kind::double_:
-    case boost::json::kind::array: return ValueKind::other;
+    case boost::json::kind::array: return ValueKind::unkeyed;
+    case boost::json::kind::double_: return ValueKind::other;
   }
   return ValueKind::other;
 }
@@ -75,6 +75,12 @@ std::string_view JsonDecoderBackend::entryName(Position keyed, std::size_t index
   return at(keyed).get_object().begin()[index].key();
 }
 
+std::size_t JsonDecoderBackend::elementCount(Position unkeyed) const noexcept { return at(unkeyed).get_array().size(); }
+
+DecoderBackend::Position JsonDecoderBackend::element(Position unkeyed, std::size_t index) const noexcept {
+  return &at(unkeyed).get_array()[index];
+}
+
 bool JsonDecoderBackend::boolValue(Position value) const noexcept { return at(value).get_bool(); }
 
 std::int64_t JsonDecoderBackend::intValue(Position value) const noexcept {
@@ -98,6 +104,21 @@ void JsonEncoderBackend::expectEntries(Slot keyed, std::size_t count) {
 EncoderBackend::Slot JsonEncoderBackend::entry(Slot keyed, std::string_view key) {
   auto& object = *static_cast<boost::json::object*>(keyed);
   return &object.insert_or_assign(key, nullptr).first->value();
+}
+
+EncoderBackend::Slot JsonEncoderBackend::makeUnkeyed(Slot slot) {
+  auto& v = *static_cast<boost::json::value*>(slot);
+  if (!v.is_array()) v.emplace_array();
+  return &v.get_array();
+}
+
+void JsonEncoderBackend::expectElements(Slot unkeyed, std::size_t count) {
+  auto& array = *static_cast<boost::json::array*>(unkeyed);
+  array.reserve(array.size() + count);
+}
+
+EncoderBackend::Slot JsonEncoderBackend::appendElement(Slot unkeyed) {
+  return &static_cast<boost::json::array*>(unkeyed)->emplace_back(nullptr);
 }
 
 void JsonEncoderBackend::setBool(Slot slot, bool value) { *static_cast<boost::json::value*>(slot) = value; }

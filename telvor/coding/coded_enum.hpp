@@ -14,6 +14,7 @@
 #pragma once
 
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -21,6 +22,7 @@
 #include <span>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 namespace telvor {
 
@@ -33,11 +35,27 @@ struct EnumFeatures {
   bool codable = false;
 };
 
+// One row of an enumeration's table: the case, its title (left empty by an enumeration
+// without titles) and, where the vocabulary has one, a further fact about the case
+// (a transfer syntax's UID, the transfer syntax a WADO syntax stands for).
+struct NoFact {};
+template <class E, class Fact = NoFact>
+struct EnumRow {
+  E value;
+  std::string_view title{};
+  Fact fact{};
+};
+
+// The rows of an enumeration without titles or further facts: its cases in order.
+template <class E, std::same_as<E>... Es>
+constexpr std::array<EnumRow<E>, 1 + sizeof...(Es)> casesOnly(E first, Es... rest) noexcept {
+  return {{EnumRow<E>{first}, EnumRow<E>{rest}...}};
+}
+
 // Specialise for each enumeration E with:
 //   static constexpr std::string_view name;        // "TransferSyntax"
 //   static constexpr EnumFeatures features;
-//   static constexpr std::array<Row, N> rows;      // declaration order; Row has `.value`
-//                                                  // and, when titled, `.title`
+//   static constexpr std::array<EnumRow<E, ...>, N> rows;   // declaration order
 template <class E>
 struct EnumTraits;
 
@@ -143,12 +161,15 @@ constexpr detail::Code<E> rawValue(E value) noexcept {
   return static_cast<detail::Code<E>>(value);
 }
 
-// The case whose code is `code`, or absent for every other value of the code type.
-// Constant-time and allocation-free.
-template <CodedEnum E>
-constexpr std::optional<E> fromRawValue(std::type_identity_t<detail::Code<E>> code) noexcept {
+// The case whose code is `code`, or absent for every other integer. The integer is
+// compared by value, never narrowed: 65536 + 53 is no KeyBoardKeyCode, though its low 16
+// bits are escape's code. Constant-time and allocation-free.
+template <CodedEnum E, std::integral I>
+  requires(!std::same_as<I, bool>)
+constexpr std::optional<E> fromRawValue(I code) noexcept {
   using Index = detail::EnumIndex<E>;
-  const std::size_t p = Index::positionOf(code);
+  if (!std::in_range<detail::Code<E>>(code)) return std::nullopt;
+  const std::size_t p = Index::positionOf(static_cast<detail::Code<E>>(code));
   if (p == Index::count) return std::nullopt;
   return Index::rows[p].value;
 }
@@ -165,7 +186,9 @@ constexpr std::int64_t id(E value) noexcept {
   return static_cast<std::int64_t>(rawValue(value));
 }
 
-// The case's fixed English display text, a view of static storage.
+// The case's fixed English display text, a view of static storage. A value made by
+// static_cast from a code that no case has is not a case and has the empty text; check
+// such values with fromRawValue(rawValue(e)) where they can arise.
 template <EnumWithTitle E>
 constexpr std::string_view title(E value) noexcept {
   using Index = detail::EnumIndex<E>;

@@ -10,6 +10,10 @@ DecoderBackend::Position DecoderBackend::findEntry(Position keyed, std::string_v
   return entry(keyed, key);
 }
 
+std::size_t DecoderBackend::elementCount(Position) const noexcept { return 0; }
+
+DecoderBackend::Position DecoderBackend::element(Position, std::size_t) const noexcept { return nullptr; }
+
 namespace detail {
 namespace {
 
@@ -30,6 +34,11 @@ namespace {
 
 Position keyedOrThrow(const DecoderBackend& backend, Position value, const CodingPathLink& at) {
   if (backend.kind(value) != DecoderBackend::ValueKind::keyed) throwMismatch(backend, value, at, "keyed container");
+  return value;
+}
+
+Position unkeyedOrThrow(const DecoderBackend& backend, Position value, const CodingPathLink& at) {
+  if (backend.kind(value) != DecoderBackend::ValueKind::unkeyed) throwMismatch(backend, value, at, "unkeyed container");
   return value;
 }
 
@@ -58,6 +67,11 @@ void throwKeyNotFound(const CodingPathLink& container, std::string_view key) {
   throw DecodingError::keyNotFound(
       CodingPathComponent::key(key),
       {container.materialize(), "No value associated with key \"" + std::string(key) + "\".", nullptr});
+}
+
+void throwAtEnd(const CodingPathLink& element, std::string_view expected) {
+  throw DecodingError::valueNotFound(std::string(expected),
+                                     {element.materialize(), "Unkeyed container is at end.", nullptr});
 }
 
 std::int64_t decodeCode(const Decoder& decoder) {

@@ -8,6 +8,8 @@ EncoderBackend::~EncoderBackend() = default;
 
 void EncoderBackend::expectEntries(Slot, std::size_t) {}
 
+void EncoderBackend::expectElements(Slot, std::size_t) {}
+
 namespace detail {
 
 void checkText(const EncoderBackend& backend, std::string_view text, const CodingPathLink& at) {

@@ -97,7 +97,7 @@ const PropertyValue* PropertyDictionary::find(std::string_view key) const noexce
 
 bool PropertyDictionary::contains(std::string_view key) const noexcept { return find(key) != nullptr; }
 
-std::optional<std::string_view> PropertyDictionary::readString(std::string_view key) const noexcept {
+std::optional<std::string_view> PropertyDictionary::readString(std::string_view key) const& noexcept {
   const PropertyValue* v = find(key);
   const std::string* text = v ? v->textValue() : nullptr;
   if (text == nullptr) return std::nullopt;

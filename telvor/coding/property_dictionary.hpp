@@ -140,8 +140,9 @@ class TELVOR_API PropertyDictionary {
   // True when there is an entry under the key, whatever its kind (other included).
   bool contains(std::string_view key) const noexcept;
   // The typed reads of the table above. A text is returned as a view of the entry; it
-  // stays valid until the dictionary is changed or destroyed.
-  std::optional<std::string_view> readString(std::string_view key) const noexcept;
+  // stays valid until the dictionary is changed or destroyed (so a temporary has none).
+  std::optional<std::string_view> readString(std::string_view key) const& noexcept;
+  std::optional<std::string_view> readString(std::string_view key) const&& = delete;
   std::optional<std::int64_t> readInt(std::string_view key) const noexcept;
   std::optional<bool> readBool(std::string_view key) const noexcept;
 

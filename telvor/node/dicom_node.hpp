@@ -47,6 +47,7 @@
 #include <string_view>
 
 #include "telvor/coding/codable.hpp"
+#include "telvor/coding/dictionary_form.hpp"
 #include "telvor/coding/property_dictionary.hpp"
 #include "telvor/node/tls_settings.hpp"
 #include "telvor/node/wado_settings.hpp"
@@ -87,7 +88,7 @@ struct TELVOR_API DicomNode {
   std::string tlsCertificateID(std::string_view applicationIdentifier) const;
 
   // The dictionary form, or absent when AE title, name, address or port is absent.
-  std::optional<PropertyDictionary> toDictionary() const;
+  DictionaryForm toDictionary() const;
 
   void encode(Encoder& encoder) const;
   static DicomNode decode(const Decoder& decoder);

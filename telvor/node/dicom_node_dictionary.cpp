@@ -64,7 +64,7 @@ DicomNode::DicomNode(const PropertyDictionary& d) : DicomNode() {
   }
 }
 
-std::optional<PropertyDictionary> DicomNode::toDictionary() const {
+DictionaryForm DicomNode::toDictionary() const {
   if (!port || !aetitle || !address || !name) return std::nullopt;
   const auto number = [](auto code) { return PropertyValue::numberObject(rawValue(code)); };
   // Entries are moved in one by one: an initializer list would copy every key and text.

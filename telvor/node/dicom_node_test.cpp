@@ -128,7 +128,7 @@ TEST(DicomNodeDictionary, ExactShapeOfTheTwentyKeys) {
 TEST(DicomNodeDictionary, ConditionalKeysAndSubstitutes) {
   auto n = complete();
   n.isQueryable = true;
-  EXPECT_EQ(n.toDictionary()->size(), 20u);
+  EXPECT_EQ(n.toDictionary().value().size(), 20u);
   n.isQueryable = false;
   n.icon = "server";
   n.tlsSettings.reset();

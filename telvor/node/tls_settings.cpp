@@ -19,7 +19,7 @@ constexpr std::array<std::string_view, 4> codingKeyNames(CodingKeys) {
 
 TlsSettings::TlsSettings(const PropertyDictionary& dictionary) { detail::readTlsKeys(dictionary, *this); }
 
-std::optional<PropertyDictionary> TlsSettings::toDictionary() const {
+DictionaryForm TlsSettings::toDictionary() const {
   PropertyDictionary dictionary;
   detail::writeTlsKeys(this, dictionary);
   return dictionary;

@@ -14,6 +14,7 @@
 #include <optional>
 
 #include "telvor/coding/codable.hpp"
+#include "telvor/coding/dictionary_form.hpp"
 #include "telvor/coding/property_dictionary.hpp"
 #include "telvor/telvor_export.hpp"
 #include "telvor/vocabulary/tls_security_profile.hpp"
@@ -34,7 +35,7 @@ struct TELVOR_API TlsSettings {
   explicit TlsSettings(const PropertyDictionary& dictionary);
 
   // The four keys above: booleans, and the profile's code as an integer. Always present.
-  std::optional<PropertyDictionary> toDictionary() const;
+  DictionaryForm toDictionary() const;
 
   // Coded form: "isEnabled", "securityProfile" (the code), "verifyPeerCertificate",
   // "authenticateWithCertificate", all written and all required when read.

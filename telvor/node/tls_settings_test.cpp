@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/coding_support.hpp"
-#include "telvor/json/json.hpp"
+#include "support/memory_format.hpp"
 
 namespace telvor {
 namespace {
@@ -77,7 +77,7 @@ TEST(TlsSettings, EveryRecordSurvivesBothForms) {
       s.verifyPeerCertificate = bits & 2;
       s.authenticateWithCertificate = bits & 4;
       EXPECT_EQ(TlsSettings(*s.toDictionary()), s);
-      EXPECT_EQ(json::decode<TlsSettings>(json::encode(s)), s);
+      EXPECT_EQ(testing_support::roundTrip(s), s);
     }
   }
   TlsSettings a, b;
@@ -86,23 +86,17 @@ TEST(TlsSettings, EveryRecordSurvivesBothForms) {
 }
 
 TEST(TlsSettings, CodedFormIsStrict) {
-  EXPECT_EQ(json::encode(TlsSettings()),
+  using namespace testing_support;
+  const Value form = toValue(TlsSettings());
+  EXPECT_EQ(show(form),
             R"({"isEnabled":false,"securityProfile":1,"verifyPeerCertificate":false,"authenticateWithCertificate":false})");
-  auto e = capture<DecodingError>([] {
-    json::decode<TlsSettings>(R"({"isEnabled":false,"securityProfile":1,"verifyPeerCertificate":false})");
-  });
+  auto e = capture<DecodingError>([&] { fromValue<TlsSettings>(without(form, {"authenticateWithCertificate"})); });
   EXPECT_EQ(e.kind(), DecodingError::Kind::keyNotFound);
   EXPECT_EQ(e.key().stringValue, "authenticateWithCertificate");
-  e = capture<DecodingError>([] {
-    json::decode<TlsSettings>(
-        R"({"isEnabled":false,"securityProfile":6,"verifyPeerCertificate":false,"authenticateWithCertificate":false})");
-  });
+  e = capture<DecodingError>([&] { fromValue<TlsSettings>(with(form, {"securityProfile"}, 6)); });
   EXPECT_EQ(e.kind(), DecodingError::Kind::dataCorrupted);
   EXPECT_EQ(e.codingPath(), keyPath({"securityProfile"}));
-  e = capture<DecodingError>([] {
-    json::decode<TlsSettings>(
-        R"({"isEnabled":"true","securityProfile":1,"verifyPeerCertificate":false,"authenticateWithCertificate":false})");
-  });
+  e = capture<DecodingError>([&] { fromValue<TlsSettings>(with(form, {"isEnabled"}, "true")); });
   EXPECT_EQ(e.kind(), DecodingError::Kind::typeMismatch);
   EXPECT_EQ(e.codingPath(), keyPath({"isEnabled"}));
 }

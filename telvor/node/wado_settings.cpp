@@ -29,7 +29,7 @@ WadoSettings::WadoSettings(const PropertyDictionary& dictionary)
       password(detail::readText(dictionary, kPassword)),
       username(detail::readText(dictionary, kUsername)) {}
 
-std::optional<PropertyDictionary> WadoSettings::toDictionary() const {
+DictionaryForm WadoSettings::toDictionary() const {
   return PropertyDictionary{
       {std::string(kUrl), PropertyValue::text(url.value_or(""))},
       {std::string(kPort), PropertyValue::integer(port.value_or(0))},

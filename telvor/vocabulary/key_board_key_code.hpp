@@ -31,26 +31,14 @@ enum class KeyBoardKeyCode : std::uint16_t {
   keyboardUpArrow = 0x7E,
 };
 
-struct KeyBoardKeyCodeRow {
-  KeyBoardKeyCode value;
-};
-
 template <>
 struct EnumTraits<KeyBoardKeyCode> {
   static constexpr std::string_view name = "KeyBoardKeyCode";
   static constexpr EnumFeatures features{};
-  static constexpr std::array<KeyBoardKeyCodeRow, 10> rows{{
-      {KeyBoardKeyCode::letterA},
-      {KeyBoardKeyCode::letterD},
-      {KeyBoardKeyCode::backspace},
-      {KeyBoardKeyCode::escape},
-      {KeyBoardKeyCode::delete_},
-      {KeyBoardKeyCode::keyboardSpacebar},
-      {KeyBoardKeyCode::keyboardRightArrow},
-      {KeyBoardKeyCode::keyboardLeftArrow},
-      {KeyBoardKeyCode::keyboardDownArrow},
-      {KeyBoardKeyCode::keyboardUpArrow},
-  }};
+  using K = KeyBoardKeyCode;
+  static constexpr auto rows = casesOnly(
+      K::letterA, K::letterD, K::backspace, K::escape, K::delete_, K::keyboardSpacebar,
+      K::keyboardRightArrow, K::keyboardLeftArrow, K::keyboardDownArrow, K::keyboardUpArrow);
 };
 
 }  // namespace telvor

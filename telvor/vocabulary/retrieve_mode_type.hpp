@@ -20,20 +20,19 @@ enum class RetrieveModeType : std::int64_t {
   wado = 2,   // web access (WADO) with the node's WADO settings
 };
 
-struct RetrieveModeTypeRow {
-  RetrieveModeType value;
-  std::string_view title;
-};
-
 template <>
 struct EnumTraits<RetrieveModeType> {
   static constexpr std::string_view name = "RetrieveModeType";
   static constexpr EnumFeatures features{.allCases = true, .id = true, .title = true, .codable = true};
-  static constexpr std::array<RetrieveModeTypeRow, 3> rows{{
+  static constexpr std::array<EnumRow<RetrieveModeType>, 3> rows{{
       {RetrieveModeType::cmove, "CMOVE"},
       {RetrieveModeType::cget, "CGET"},
       {RetrieveModeType::wado, "WADO"},
   }};
 };
+
+// Stored nodes hold the code, and the code is the position: fromRawValue is a bounds test.
+static_assert(detail::EnumIndex<RetrieveModeType>::contiguous && rawValue(EnumTraits<RetrieveModeType>::rows[0].value) == 0,
+              "retrieve mode codes are their positions");
 
 }  // namespace telvor

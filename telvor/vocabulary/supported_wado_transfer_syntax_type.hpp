@@ -32,22 +32,16 @@ enum class SupportedWadoTransferSyntaxType : std::int64_t {
   jpeg2000LSLossyLowQuality = 16,
 };
 
-struct SupportedWadoTransferSyntaxTypeRow {
-  SupportedWadoTransferSyntaxType value;
-  std::string_view title;
-  TransferSyntax transferSyntax;
-};
-
 template <>
 struct EnumTraits<SupportedWadoTransferSyntaxType> {
   using W = SupportedWadoTransferSyntaxType;
   using T = TransferSyntax;
   static constexpr std::string_view name = "SupportedWadoTransferSyntaxType";
   static constexpr EnumFeatures features{.allCases = true, .id = true, .title = true, .codable = true};
-  // Several cases stand for one transfer syntax: the three lossy grades of each family
-  // share theirs, and "JPEG LS Lossless" stands for JPEG 2000 lossless, as stored data
-  // has always had it.
-  static constexpr std::array<SupportedWadoTransferSyntaxTypeRow, 11> rows{{
+  // Each row's fact is the transfer syntax the case stands for. Several cases stand for
+  // one: the three lossy grades of each family share theirs, and "JPEG LS Lossless"
+  // stands for JPEG 2000 lossless, as stored data has always had it.
+  static constexpr std::array<EnumRow<SupportedWadoTransferSyntaxType, TransferSyntax>, 11> rows{{
       {W::explicitLittleEndian, "Explicit Little Endian", T::EXS_LittleEndianExplicit},
       {W::jpeg2000Lossless, "JPEG 2000 Lossless", T::EXS_JPEG2000LosslessOnly},
       {W::jpeg2000LossyGoodQuality, "JPEG 2000 Lossy - Good Quality", T::EXS_JPEG2000},
@@ -62,11 +56,23 @@ struct EnumTraits<SupportedWadoTransferSyntaxType> {
   }};
 };
 
+namespace detail {
+// Codes rise with position, so the picker's order is also code order; a new case takes
+// a fresh code above the last, since stored settings hold the code.
+constexpr bool wadoCodesRise() {
+  const auto& rows = EnumTraits<SupportedWadoTransferSyntaxType>::rows;
+  for (std::size_t p = 1; p < rows.size(); ++p)
+    if (rawValue(rows[p].value) <= rawValue(rows[p - 1].value)) return false;
+  return true;
+}
+static_assert(wadoCodesRise(), "WADO retrieve syntax codes must rise in table order");
+}  // namespace detail
+
 // The transfer syntax that the retrieve syntax stands for. Total.
 constexpr TransferSyntax toTransferSyntax(SupportedWadoTransferSyntaxType value) noexcept {
   using Index = detail::EnumIndex<SupportedWadoTransferSyntaxType>;
   const std::size_t p = Index::positionOf(rawValue(value));
-  return p == Index::count ? TransferSyntax::EXS_Unknown : Index::rows[p].transferSyntax;
+  return p == Index::count ? TransferSyntax::EXS_Unknown : Index::rows[p].fact;
 }
 
 }  // namespace telvor

@@ -26,23 +26,18 @@ enum class TLSSecurityProfile : std::int64_t {
   profile5 = 5,
 };
 
-struct TLSSecurityProfileRow {
-  TLSSecurityProfile value;
-};
-
 template <>
 struct EnumTraits<TLSSecurityProfile> {
   static constexpr std::string_view name = "TLSSecurityProfile";
   static constexpr EnumFeatures features{.allCases = true, .id = true, .title = false, .codable = true};
-  static constexpr std::array<TLSSecurityProfileRow, 6> rows{{
-      {TLSSecurityProfile::profile0},
-      {TLSSecurityProfile::profile1},
-      {TLSSecurityProfile::profile2},
-      {TLSSecurityProfile::profile3},
-      {TLSSecurityProfile::profile4},
-      {TLSSecurityProfile::profile5},
-  }};
+  using P = TLSSecurityProfile;
+  static constexpr auto rows = casesOnly(
+      P::profile0, P::profile1, P::profile2, P::profile3, P::profile4, P::profile5);
 };
+
+// Stored settings hold the code, and the code is the position: fromRawValue is a bounds test.
+static_assert(detail::EnumIndex<TLSSecurityProfile>::contiguous && rawValue(EnumTraits<TLSSecurityProfile>::rows[0].value) == 0,
+              "TLS profile codes are their positions");
 
 static_assert(sizeof(TLSSecurityProfile) == 8, "a profile is held as its full 64-bit code");
 

@@ -68,21 +68,16 @@ enum class TransferSyntax : std::int64_t {
   EXS_PrivateGE_LEI_WithBigEndianPixelData = 41,
 };
 
-struct TransferSyntaxRow {
-  TransferSyntax value;
-  std::string_view title;
-  // The DICOM UID naming the syntax on the wire; empty for the two cases DICOM gives
-  // none: EXS_Unknown and EXS_BigEndianImplicit (implicit VR exists only little endian).
-  std::string_view uid;
-};
-
 template <>
 struct EnumTraits<TransferSyntax> {
   static constexpr std::string_view name = "TransferSyntax";
   static constexpr EnumFeatures features{.allCases = true, .id = true, .title = true, .codable = true};
+  // Each row's fact is the DICOM UID naming the syntax on the wire; it is empty for
+  // the two cases DICOM gives none: EXS_Unknown and EXS_BigEndianImplicit (implicit VR
+  // exists only little endian).
   // Declaration order; the titles are the library's display texts, character for character;
   // the UIDs are those of the DICOM registry (the last one is GE's private syntax).
-  static constexpr std::array<TransferSyntaxRow, 43> rows{{
+  static constexpr std::array<EnumRow<TransferSyntax, std::string_view>, 43> rows{{
       {TransferSyntax::EXS_Unknown, "Unknown",
        ""},
       {TransferSyntax::EXS_LittleEndianImplicit, "Implicit VR Little Endian",
@@ -172,12 +167,58 @@ struct EnumTraits<TransferSyntax> {
   }};
 };
 
+namespace detail {
+
+inline constexpr auto& kTransferSyntaxRows = EnumTraits<TransferSyntax>::rows;
+
+// The table is the single source of the codes: position p holds code p - 1.
+constexpr bool codesFollowPositions() {
+  for (std::size_t p = 0; p < kTransferSyntaxRows.size(); ++p)
+    if (rawValue(kTransferSyntaxRows[p].value) != static_cast<std::int64_t>(p) - 1) return false;
+  return true;
+}
+static_assert(codesFollowPositions(), "transfer syntax codes must run -1, 0, 1, ... in table order");
+
+// A DICOM UID: at most 64 characters, dot-separated decimal components without leading
+// zeros (a lone 0 is allowed).
+constexpr bool isWellFormedUid(std::string_view uid) {
+  if (uid.empty() || uid.size() > 64) return false;
+  std::size_t componentStart = 0;
+  for (std::size_t i = 0; i <= uid.size(); ++i) {
+    if (i == uid.size() || uid[i] == '.') {
+      const std::size_t length = i - componentStart;
+      if (length == 0 || (length > 1 && uid[componentStart] == '0')) return false;
+      componentStart = i + 1;
+    } else if (uid[i] < '0' || uid[i] > '9') {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Every UID is well formed and names one case only, so the reverse look-up is exact; only
+// the two syntaxes DICOM never registered go without.
+constexpr bool uidsAreWellFormedAndDistinct() {
+  for (std::size_t p = 0; p < kTransferSyntaxRows.size(); ++p) {
+    const bool registered =
+        kTransferSyntaxRows[p].value != TransferSyntax::EXS_Unknown && kTransferSyntaxRows[p].value != TransferSyntax::EXS_BigEndianImplicit;
+    if (registered != !kTransferSyntaxRows[p].fact.empty()) return false;
+    if (registered && !isWellFormedUid(kTransferSyntaxRows[p].fact)) return false;
+    for (std::size_t q = p + 1; q < kTransferSyntaxRows.size(); ++q)
+      if (registered && kTransferSyntaxRows[p].fact == kTransferSyntaxRows[q].fact) return false;
+  }
+  return true;
+}
+static_assert(uidsAreWellFormedAndDistinct(), "transfer syntax UIDs must be well formed and distinct");
+
+}  // namespace detail
+
 // The case's DICOM transfer syntax UID, a view of static storage; the empty text for
 // EXS_Unknown and EXS_BigEndianImplicit, which have none.
 constexpr std::string_view uid(TransferSyntax value) noexcept {
   using Index = detail::EnumIndex<TransferSyntax>;
   const std::size_t p = Index::positionOf(rawValue(value));
-  return p == Index::count ? std::string_view{} : Index::rows[p].uid;
+  return p == Index::count ? std::string_view{} : Index::rows[p].fact;
 }
 
 // The case whose UID is `text`, or absent when no case has it (the empty text included).
@@ -187,7 +228,7 @@ constexpr std::optional<TransferSyntax> transferSyntaxFromUid(std::string_view t
   if (!text.empty() && text.back() == '\0') text.remove_suffix(1);
   if (text.empty()) return std::nullopt;
   for (const auto& row : EnumTraits<TransferSyntax>::rows)
-    if (row.uid == text) return row.value;
+    if (row.fact == text) return row.value;
   return std::nullopt;
 }
 

@@ -32,28 +32,18 @@ enum class UIKeyboardType : std::int64_t {
   asciiCapableNumberPad = 11,
 };
 
-struct UIKeyboardTypeRow {
-  UIKeyboardType value;
-};
-
 template <>
 struct EnumTraits<UIKeyboardType> {
   static constexpr std::string_view name = "UIKeyboardType";
   static constexpr EnumFeatures features{};
-  static constexpr std::array<UIKeyboardTypeRow, 12> rows{{
-      {UIKeyboardType::default_},
-      {UIKeyboardType::asciiCapable},
-      {UIKeyboardType::numbersAndPunctuation},
-      {UIKeyboardType::URL},
-      {UIKeyboardType::numberPad},
-      {UIKeyboardType::phonePad},
-      {UIKeyboardType::namePhonePad},
-      {UIKeyboardType::emailAddress},
-      {UIKeyboardType::decimalPad},
-      {UIKeyboardType::twitter},
-      {UIKeyboardType::webSearch},
-      {UIKeyboardType::asciiCapableNumberPad},
-  }};
+  using U = UIKeyboardType;
+  static constexpr auto rows = casesOnly(
+      U::default_, U::asciiCapable, U::numbersAndPunctuation, U::URL, U::numberPad, U::phonePad,
+      U::namePhonePad, U::emailAddress, U::decimalPad, U::twitter, U::webSearch, U::asciiCapableNumberPad);
 };
+
+// The code is the position: fromRawValue is a bounds test.
+static_assert(detail::EnumIndex<UIKeyboardType>::contiguous && rawValue(EnumTraits<UIKeyboardType>::rows[0].value) == 0,
+              "keyboard kind codes are their positions");
 
 }  // namespace telvor

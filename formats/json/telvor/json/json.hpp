@@ -3,6 +3,10 @@
 //   std::string text = telvor::json::encode(node);                  // compact
 //   std::string pretty = telvor::json::encode(node, {.indent = 2});
 //   auto back = telvor::json::decode<telvor::DicomNode>(text);      // strict; throws
+//   auto all = telvor::json::decode<std::vector<telvor::DicomNode>>(text);  // a JSON array
+//
+// Every function throws the library's DecodingError or EncodingError (this header
+// includes their declarations, so a caller catches them with this include alone).
 //
 // Output is deterministic: keys come out in the order the coded form writes them.
 // Input that is not JSON (truncated, trailing bytes, invalid UTF-8, comments) or that is
@@ -19,6 +23,7 @@
 #include <string_view>
 
 #include "telvor/coding/codable.hpp"
+#include "telvor/coding/coding_error.hpp"
 #include "telvor/coding/decoder.hpp"
 #include "telvor/coding/encoder.hpp"
 #include "telvor/json/json_backend.hpp"

@@ -9,6 +9,7 @@
 //
 // How JSON values meet the interface:
 // - an object is a keyed container; its keys keep the order in which they were written;
+// - an array is an unkeyed container;
 // - only `true` and `false` are booleans, only strings are text;
 // - only integer numbers within the signed 64-bit range are integers: 1.0, 1e3, "1" and
 //   true are a typeMismatch where an integer is expected; an integer beyond the range
@@ -35,6 +36,8 @@ class TELVOR_JSON_API JsonDecoderBackend final : public DecoderBackend {
   Position findEntry(Position keyed, std::string_view key, std::size_t& hint) const noexcept override;
   std::size_t entryCount(Position keyed) const noexcept override;
   std::string_view entryName(Position keyed, std::size_t index) const noexcept override;
+  std::size_t elementCount(Position unkeyed) const noexcept override;
+  Position element(Position unkeyed, std::size_t index) const noexcept override;
   bool boolValue(Position value) const noexcept override;
   std::int64_t intValue(Position value) const noexcept override;
   std::string_view textValue(Position value) const noexcept override;
@@ -46,6 +49,9 @@ class TELVOR_JSON_API JsonEncoderBackend final : public EncoderBackend {
   Slot makeKeyed(Slot slot) override;
   void expectEntries(Slot keyed, std::size_t count) override;
   Slot entry(Slot keyed, std::string_view key) override;
+  Slot makeUnkeyed(Slot slot) override;
+  void expectElements(Slot unkeyed, std::size_t count) override;
+  Slot appendElement(Slot unkeyed) override;
   void setBool(Slot slot, bool value) override;
   void setInt(Slot slot, std::int64_t value) override;
   bool canHoldText(std::string_view text) const noexcept override;

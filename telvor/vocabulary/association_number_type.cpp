@@ -1,1 +1,0 @@
-#include "telvor/vocabulary/association_number_type.hpp"

@@ -1,1 +1,0 @@
-#include "telvor/vocabulary/key_board_key_code.hpp"
