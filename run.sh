@@ -20,7 +20,7 @@ BUILD_ROOT=${BUILD_ROOT:-$ROOT/build}
 JOBS=${JOBS:-$(nproc)}
 
 PACKAGES=(cmake ninja-build pkg-config g++ clang-14 libclang-rt-14-dev
-  libutf8proc-dev libboost-json1.81-dev libplist-dev python3
+  libutf8proc-dev libboost-json1.81-dev python3
   libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libsimdjson-dev
   libdcmtk-dev dcmtk openssl valgrind libcli11-dev libexpat1-dev libpugixml-dev
   qt6-base-dev qt6-svg-dev iproute2 orthanc)

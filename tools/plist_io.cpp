@@ -17,10 +17,12 @@ DictionaryList readPlist(std::string_view bytes) {
 
 std::string writePlist(const DictionaryList& list, bool binary) {
   try {
-    return plist::serialize(plist::PropertyListDocument{list.dictionaries, list.wasArray},
-                            binary ? plist::Format::binary : plist::Format::xml);
+    return plist::serialize(list.dictionaries, list.wasArray, binary ? plist::Format::binary : plist::Format::xml);
   } catch (const plist::PlistError& e) {
-    throw InputError(std::string("invalidValue at $: ") + e.what());
+    const std::string path = e.path().empty() ? "$" : e.path();
+    // Text the XML form cannot hold fits the binary form.
+    const bool binaryHoldsIt = !binary && std::string_view(e.what()).find("the binary form can") != std::string_view::npos;
+    throw InputError("invalidValue at " + path + ": " + e.what() + (binaryHoldsIt ? "; write it with --binary" : ""));
   }
 }
 

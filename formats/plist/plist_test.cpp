@@ -189,11 +189,33 @@ INSTANTIATE_TEST_SUITE_P(
         Unwritable{"dateNotANumber",
                    {{"d", other(PropertyOther(PropertyDate{std::numeric_limits<double>::quiet_NaN()}))}},
                    "the date at $.d"},
+        Unwritable{"controlInText", {{"a", PropertyValue::text("bell\x07")}},
+                   "the text at $.a holds U+0007, which the XML form cannot hold"},
+        Unwritable{"nonCharacterInKey", {{"k\xEF\xBF\xBF", PropertyValue::integer(1)}}, "a key in $ holds U+FFFF"},
         Unwritable{"insideAList",
                    {{"l", other(PropertyOther(PropertyOther::Array{PropertyValue::integer(1),
                                                                    PropertyValue::text("\xFF")}))}},
                    "text at $.l[1]"}),
     [](const auto& info) { return std::string(info.param.name); });
+
+TEST(PlistWrite, TextXmlCannotHoldIsRefusedThereWithItsPathAndKeptInBinary) {
+  const PropertyDictionary d{
+      {"Description", PropertyValue::text("ESC \x1b[31m, U+FFFE \xEF\xBF\xBE, unit separator \x1f")}};
+  try {
+    plist::serialize(PropertyListDocument{{PropertyDictionary{}, d}, true}, Format::xml);
+    FAIL() << "written";
+  } catch (const PlistError& e) {
+    EXPECT_EQ(e.kind(), PlistError::Kind::unwritable);
+    EXPECT_EQ(e.path(), "$[1].Description");
+  }
+  EXPECT_EQ(plist::parseDictionary(plist::serialize(d, Format::binary)), d);
+}
+
+TEST(PlistWrite, XmlKeepsWhitespaceAndMarkupCharactersExactly) {
+  // expat turns a raw carriage return into a line feed, so the writer escapes it.
+  const PropertyDictionary d{{"t", PropertyValue::text("a\tb\nc\r\nd\re <&> ]]> \"'")}};
+  EXPECT_EQ(plist::parseDictionary(plist::serialize(d, Format::xml)), d);
+}
 
 TEST(PlistWrite, SeveralDictionariesNeedTheArrayMark) {
   EXPECT_THROW(plist::serialize(PropertyListDocument{{{}, {}}, false}), PlistError);
