@@ -47,12 +47,13 @@ struct Frame {
 
 class BinaryReader {
  public:
-  explicit BinaryReader(std::string_view bytes)
-      : bytes_(bytes),
+  BinaryReader(std::string_view bytes, ValueBuilder::Take take)
+      : builder_(std::move(take)),
+        bytes_(bytes),
         valueLimit_(bytes.size()),
         byteLimit_(std::max(kExpandedBytesFloor, kExpandedBytesFactor * bytes.size())) {}
 
-  PropertyListDocument run() {
+  bool run() {
     if (!bytes_.starts_with(kBinaryMagic)) {
       refuseInput(Kind::malformed, "unsupported binary property list version \"" +
                                        std::string(bytes_.substr(0, std::min<std::size_t>(bytes_.size(), 8))) +
@@ -65,7 +66,7 @@ class BinaryReader {
     // The object count is bounded by the offset table, which lies inside the input.
     onStack_.assign(trailer_.objectCount, false);
     walk();
-    return builder_.take();
+    return builder_.finish();
   }
 
  private:
@@ -82,9 +83,9 @@ class BinaryReader {
       }
       const std::uint64_t i = frame.next++;
       if (frame.dictionary) {
-        const std::uint64_t key = referenceAt(frame, i);
-        builder_.key(keyText(key));
-        count(1);
+        std::string key = keyText(referenceAt(frame, i));
+        count(key.size());
+        builder_.key(std::move(key));
         visit(referenceAt(frame, frame.count + i), stack);  // `frame` may be stale now
       } else {
         visit(referenceAt(frame, i), stack);
@@ -309,6 +310,7 @@ class BinaryReader {
     return {p + 1 + width, readBigEndian(bytes_, p + 1, width)};
   }
 
+  ValueBuilder builder_;
   std::string_view bytes_;
   std::uint64_t valueLimit_;
   std::uint64_t byteLimit_;
@@ -317,11 +319,12 @@ class BinaryReader {
   std::vector<bool> onStack_;
   std::uint64_t values_ = 0;
   std::uint64_t expandedBytes_ = 0;
-  ValueBuilder builder_;
 };
 
 }  // namespace
 
-PropertyListDocument readBinary(std::string_view bytes) { return BinaryReader(bytes).run(); }
+bool readBinary(std::string_view bytes, ValueBuilder::Take take) {
+  return BinaryReader(bytes, std::move(take)).run();
+}
 
 }  // namespace telvor::plist::detail

@@ -12,36 +12,29 @@
 namespace telvor::plist::detail {
 namespace {
 
-// A binary list is written bottom-up: every object's children (and a dictionary's keys)
-// before the object, so that its references are known when it is written. Equal scalars
-// (every repeated key, text and number) are written once and referred to from each place.
+// Scalars are written as they come, equal ones once (every repeated key, text and number
+// is referred to from each place); containers, whose references are only as wide as the
+// final object count needs, keep their references aside and are written after all
+// scalars. Objects are numbered as they are made.
 class BinaryWriter {
  public:
   std::string run(const WriteRoot& root) {
-    // References are as wide as the object count needs; counting every value without the
-    // sharing gives a bound that is never too small.
-    const std::uint64_t bound = 1 + root.dictionaries.size() + [&] {
-      std::uint64_t n = 0;
-      for (const auto& d : root.dictionaries) n += objectBound(d);
-      return n;
-    }();
-    referenceSize_ = widthOf(bound);
     out_.append(kBinaryMagic);
-
     const CodingPathLink top;
     std::uint64_t topObject = 0;
     if (root.asArray) {
       std::vector<std::uint64_t> elements;
-      elements.reserve(root.dictionaries.size());
-      std::int64_t index = 0;
-      for (const PropertyDictionary& d : root.dictionaries) {
-        const CodingPathLink here(&top, index++);
-        elements.push_back(dictionary(d, here, 2));
+      elements.reserve(root.count);
+      for (std::size_t i = 0; i < root.count; ++i) {
+        const CodingPathLink here(&top, static_cast<std::int64_t>(i));
+        root.visit(i, [&](const PropertyDictionary& d) { elements.push_back(dictionary(d, here, 2)); });
+        if (i == 0) out_.reserve(outputEstimate(out_.size(), root.count));
       }
       topObject = container(0xA, elements);
     } else {
-      topObject = dictionary(root.dictionaries.front(), top, 1);
+      root.visit(0, [&](const PropertyDictionary& d) { topObject = dictionary(d, top, 1); });
     }
+    writeContainers();
 
     const std::uint64_t tableStart = out_.size();
     const std::size_t offsetSize = widthOf(tableStart);
@@ -56,42 +49,32 @@ class BinaryWriter {
   }
 
  private:
-  // Hashes and compares scalar objects by their bytes in the output.
+  // A scalar already written: where its bytes are, and its object number.
+  struct Scalar {
+    std::uint64_t offset;
+    std::uint64_t length;
+    std::uint64_t object;
+  };
   struct Hash {
-    const BinaryWriter* writer;
-    std::size_t operator()(std::uint64_t object) const {
-      return std::hash<std::string_view>()(writer->bytesOf(object));
-    }
+    const std::string* out;
+    std::size_t operator()(const Scalar& s) const { return std::hash<std::string_view>()(out->substr(s.offset, s.length)); }
   };
   struct Equal {
-    const BinaryWriter* writer;
-    bool operator()(std::uint64_t a, std::uint64_t b) const { return writer->bytesOf(a) == writer->bytesOf(b); }
+    const std::string* out;
+    bool operator()(const Scalar& a, const Scalar& b) const {
+      return std::string_view(*out).substr(a.offset, a.length) == std::string_view(*out).substr(b.offset, b.length);
+    }
+  };
+  // A container waiting to be written: its type and its references in refs_.
+  struct Container {
+    std::uint64_t object;
+    std::uint64_t firstReference;
+    std::uint64_t references;
+    unsigned type;
   };
 
   static std::size_t widthOf(std::uint64_t value) {
     return value <= 0xFF ? 1 : value <= 0xFFFF ? 2 : value <= 0xFFFFFFFF ? 4 : 8;
-  }
-
-  // Stops below kMaxDepth, where writing refuses anyway.
-  static std::uint64_t objectBound(const PropertyDictionary& d, std::size_t level = 1) {
-    std::uint64_t n = 1;
-    if (level > kMaxDepth) return n;
-    for (const auto& [key, value] : d) n += 1 + objectBound(value, level);
-    return n;
-  }
-  static std::uint64_t objectBound(const PropertyValue& v, std::size_t level) {
-    const PropertyOther* other = v.otherValue();
-    if (other == nullptr) return 1;
-    if (const auto* d = other->dictionary()) return objectBound(*d, level + 1);
-    std::uint64_t n = 1;
-    if (const auto* a = other->array(); a != nullptr && level <= kMaxDepth)
-      for (const auto& e : *a) n += objectBound(e, level + 1);
-    return n;
-  }
-
-  std::string_view bytesOf(std::uint64_t object) const {
-    const std::uint64_t end = object + 1 < offsets_.size() ? offsets_[object + 1] : out_.size();
-    return std::string_view(out_).substr(offsets_[object], end - offsets_[object]);
   }
 
   void appendBigEndian(std::uint64_t value, std::size_t width) {
@@ -110,22 +93,38 @@ class BinaryWriter {
     appendBigEndian(count, width);
   }
 
-  // Starts a new object; finish with scalarDone().
-  std::uint64_t begin() {
-    offsets_.push_back(out_.size());
+  // Starts a scalar at the end of the output; finish it with scalarDone(start).
+  std::size_t begin() const { return out_.size(); }
+  // The scalar written since `start`, or an equal one written before (the copy then goes).
+  std::uint64_t scalarDone(std::size_t start) {
+    const auto [existing, added] = scalars_.insert(Scalar{start, out_.size() - start, offsets_.size()});
+    if (!added) {
+      out_.resize(start);
+      return existing->object;
+    }
+    offsets_.push_back(start);
     return offsets_.size() - 1;
   }
-  // The scalar just written, or an equal one written before (the new copy then goes).
-  std::uint64_t scalarDone(std::uint64_t object) {
-    const auto [existing, added] = scalars_.insert(object);
-    if (added) return object;
-    out_.resize(offsets_.back());
-    offsets_.pop_back();
-    return *existing;
+
+  std::uint64_t container(unsigned type, const std::vector<std::uint64_t>& references) {
+    const std::uint64_t object = offsets_.size();
+    offsets_.push_back(0);  // known once containers are written
+    containers_.push_back(Container{object, refs_.size(), references.size(), type});
+    refs_.insert(refs_.end(), references.begin(), references.end());
+    return object;
+  }
+
+  void writeContainers() {
+    referenceSize_ = widthOf(offsets_.size());
+    for (const Container& c : containers_) {
+      offsets_[c.object] = out_.size();
+      appendMarker(c.type, c.type == 0xD ? c.references / 2 : c.references);
+      for (std::uint64_t i = 0; i < c.references; ++i) appendBigEndian(refs_[c.firstReference + i], referenceSize_);
+    }
   }
 
   std::uint64_t text(std::string_view text) {
-    const std::uint64_t object = begin();
+    const std::size_t object = begin();
     bool ascii = true;
     for (const char c : text) ascii = ascii && static_cast<unsigned char>(c) < 0x80;
     if (ascii) {
@@ -156,7 +155,7 @@ class BinaryWriter {
   }
 
   std::uint64_t signedInteger(std::int64_t value) {
-    const std::uint64_t object = begin();
+    const std::size_t object = begin();
     if (value < 0) {
       out_ += '\x13';
       appendBigEndian(static_cast<std::uint64_t>(value), 8);
@@ -173,7 +172,7 @@ class BinaryWriter {
     if (value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
       return signedInteger(static_cast<std::int64_t>(value));
     }
-    const std::uint64_t object = begin();
+    const std::size_t object = begin();
     out_ += '\x14';  // 16 bytes: the only width read as unsigned beyond 2^63
     appendBigEndian(0, 8);
     appendBigEndian(value, 8);
@@ -181,17 +180,10 @@ class BinaryWriter {
   }
 
   std::uint64_t bits(char marker, double value) {
-    const std::uint64_t object = begin();
+    const std::size_t object = begin();
     out_ += marker;
     appendBigEndian(std::bit_cast<std::uint64_t>(value), 8);
     return scalarDone(object);
-  }
-
-  std::uint64_t container(unsigned type, const std::vector<std::uint64_t>& references) {
-    const std::uint64_t object = begin();
-    appendMarker(type, type == 0xD ? references.size() / 2 : references.size());
-    for (const std::uint64_t reference : references) appendBigEndian(reference, referenceSize_);
-    return object;
   }
 
   std::uint64_t dictionary(const PropertyDictionary& d, const CodingPathLink& at, std::size_t level) {
@@ -215,7 +207,7 @@ class BinaryWriter {
       case PropertyValue::Kind::integer: return signedInteger(*value.integerValue());
       case PropertyValue::Kind::numberObject: return signedInteger(*value.numberObjectValue());
       case PropertyValue::Kind::boolean: {
-        const std::uint64_t object = begin();
+        const std::size_t object = begin();
         out_ += *value.booleanValue() ? '\x09' : '\x08';
         return scalarDone(object);
       }
@@ -238,16 +230,18 @@ class BinaryWriter {
     if (const PropertyDate* date = other.date()) return bits('\x33', date->secondsSinceReferenceDate);
     if (const std::uint64_t* u = other.unsignedInteger()) return unsignedInteger(*u);
     const PropertyOther::Data& data = *other.data();
-    const std::uint64_t object = begin();
+    const std::size_t object = begin();
     appendMarker(0x4, data.size());
     out_.append(reinterpret_cast<const char*>(data.data()), data.size());
     return scalarDone(object);
   }
 
   std::string out_;
-  std::vector<std::uint64_t> offsets_;
+  std::vector<std::uint64_t> offsets_;  // by object number
+  std::vector<Container> containers_;
+  std::vector<std::uint64_t> refs_;
   std::size_t referenceSize_ = 1;
-  std::unordered_set<std::uint64_t, Hash, Equal> scalars_{64, Hash{this}, Equal{this}};
+  std::unordered_set<Scalar, Hash, Equal> scalars_{64, Hash{&out_}, Equal{&out_}};
 };
 
 }  // namespace

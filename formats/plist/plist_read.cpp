@@ -9,12 +9,19 @@
 
 namespace telvor::plist {
 
-PropertyListDocument parse(std::string_view bytes) {
+bool parseEach(std::string_view bytes, const std::function<void(PropertyDictionary&&)>& take) {
   if (bytes.size() > std::numeric_limits<std::uint32_t>::max()) {
     detail::refuseInput(PlistError::Kind::tooLarge,
                         std::to_string(bytes.size()) + " bytes of input; at most 4 GiB are read");
   }
-  return bytes.starts_with("bplist") ? detail::readBinary(bytes) : detail::readXml(bytes);
+  return bytes.starts_with("bplist") ? detail::readBinary(bytes, take) : detail::readXml(bytes, take);
+}
+
+PropertyListDocument parse(std::string_view bytes) {
+  PropertyListDocument document;
+  document.wasArray =
+      parseEach(bytes, [&](PropertyDictionary&& d) { document.dictionaries.push_back(std::move(d)); });
+  return document;
 }
 
 PropertyDictionary parseDictionary(std::string_view bytes) {

@@ -36,13 +36,13 @@ void ValueBuilder::expect(Shape shape) {
   }
 }
 
-PropertyListDocument ValueBuilder::take() {
+bool ValueBuilder::finish() {
   if (!shapeFault_.empty()) refuseInput(Kind::unexpectedShape, shapeFault_);
-  return std::move(document_);
+  return wasArray_;
 }
 
 void ValueBuilder::open(Container container, std::size_t reserve) {
-  if (depth_ == 0) document_.wasArray = container == Container::array;
+  if (depth_ == 0) wasArray_ = container == Container::array;
   if (depth_ == kMaxDepth) {
     refuseInput(Kind::tooDeep, "nested deeper than " + std::to_string(kMaxDepth) + " levels at " + path());
   }
@@ -52,39 +52,30 @@ void ValueBuilder::open(Container container, std::size_t reserve) {
   frame.count = 0;
   // A reservation bounded by what a reader could place keeps a lying count harmless.
   reserve = std::min<std::size_t>(reserve, 4096);
+  // Without a count (XML), dictionaries at one depth are mostly alike: the previous
+  // one's size saves the growing.
   if (container == Container::dictionary) {
-    frame.entries.reserve(reserve);
-  } else if (depth_ == 1) {
-    document_.dictionaries.reserve(reserve);
-  } else {
+    frame.dictionary.reserve(reserve != 0 ? reserve : frame.lastSize);
+  } else if (depth_ > 1) {
     frame.elements.reserve(reserve);
   }
 }
 
-PropertyDictionary ValueBuilder::dictionaryOf(Frame& frame) {
-  PropertyDictionary dictionary;
-  dictionary.reserve(frame.entries.size());
-  for (auto& [key, value] : frame.entries) dictionary.setValue(std::move(key), std::move(value));
-  frame.entries.clear();  // keeps its capacity for the next dictionary at this depth
-  return dictionary;
-}
-
 void ValueBuilder::close() {
   Frame& frame = frames_[--depth_];
-  if (depth_ == 0) {
-    if (frame.container == Container::dictionary) document_.dictionaries.push_back(dictionaryOf(frame));
-    done_ = true;
-    return;
-  }
-  if (inRootArray()) {
-    // An array in the root array is a fault of shape, already noted.
-    if (frame.container == Container::dictionary) document_.dictionaries.push_back(dictionaryOf(frame));
+  if (frame.container == Container::dictionary) frame.lastSize = frame.dictionary.size();
+  if (depth_ == 0 || inRootArray()) {
+    // An array or a scalar in the root array is a fault of shape, already noted.
+    if (frame.container == Container::dictionary && shapeFault_.empty()) take_(std::move(frame.dictionary));
+    frame.dictionary = {};
     frame.elements.clear();
-    ++frames_[0].count;
+    if (depth_ == 0) done_ = true;
+    else ++frames_[0].count;
     return;
   }
   if (frame.container == Container::dictionary) {
-    place(PropertyValue::other(PropertyOther(dictionaryOf(frame))));
+    place(PropertyValue::other(PropertyOther(std::move(frame.dictionary))));
+    frame.dictionary = {};
   } else {
     place(PropertyValue::other(PropertyOther(std::move(frame.elements))));
     frame.elements = {};
@@ -106,7 +97,7 @@ void ValueBuilder::place(PropertyValue value) {
   Frame& parent = frames_[depth_ - 1];
   ++parent.count;
   if (parent.container == Container::dictionary) {
-    parent.entries.emplace_back(std::move(parent.key), std::move(value));
+    parent.dictionary.setValue(std::move(parent.key), std::move(value));
     parent.key.clear();
   } else {
     parent.elements.push_back(std::move(value));

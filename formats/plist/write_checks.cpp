@@ -23,6 +23,12 @@ void checkText(std::string_view text, const CodingPathLink& at, bool isKey) {
   refuseOutput(PlistError::Kind::unwritable, (isKey ? "a key in " : "the text at ") + path + " " + fault, path);
 }
 
+std::size_t outputEstimate(std::size_t firstBytes, std::size_t count) {
+  constexpr std::size_t kCap = std::size_t{256} << 20;
+  if (count == 0 || firstBytes > kCap / count) return kCap;
+  return firstBytes * count + firstBytes * count / 4 + 4096;
+}
+
 void checkLevel(const CodingPathLink& at, std::size_t level) {
   if (level > kMaxDepth) {
     const std::string path = where(at);

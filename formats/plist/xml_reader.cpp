@@ -83,9 +83,9 @@ struct Refusal {
 
 class XmlReader {
  public:
-  explicit XmlReader(std::string_view text) : text_(text) {}
+  XmlReader(std::string_view text, ValueBuilder::Take take) : text_(text), builder_(std::move(take)) {}
 
-  PropertyListDocument run() {
+  bool run() {
     // XML has no NUL character; expat would call it an invalid token.
     if (const void* nul = std::memchr(text_.data(), 0, text_.size())) {
       fail(static_cast<std::size_t>(static_cast<const char*>(nul) - text_.data()), "a NUL character");
@@ -118,7 +118,7 @@ class XmlReader {
       if (status != XML_STATUS_OK) expatFailed();
       at += length;
     } while (at < text_.size());
-    return builder_.take();
+    return builder_.finish();
   }
 
  private:
@@ -372,6 +372,6 @@ class XmlReader {
 
 }  // namespace
 
-PropertyListDocument readXml(std::string_view text) { return XmlReader(text).run(); }
+bool readXml(std::string_view text, ValueBuilder::Take take) { return XmlReader(text, std::move(take)).run(); }
 
 }  // namespace telvor::plist::detail

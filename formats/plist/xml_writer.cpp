@@ -45,19 +45,19 @@ class XmlWriter {
     out_.append(kHeader);
     const CodingPathLink top;
     if (root.asArray) {
-      if (root.dictionaries.empty()) {
+      if (root.count == 0) {
         out_ += "<array/>\n";
       } else {
         out_ += "<array>\n";
-        std::int64_t index = 0;
-        for (const PropertyDictionary& dictionary : root.dictionaries) {
-          const CodingPathLink here(&top, index++);
-          this->dictionary(dictionary, here, 2, 1);
+        for (std::size_t i = 0; i < root.count; ++i) {
+          const CodingPathLink here(&top, static_cast<std::int64_t>(i));
+          root.visit(i, [&](const PropertyDictionary& d) { dictionary(d, here, 2, 1); });
+          if (i == 0) out_.reserve(outputEstimate(out_.size(), root.count));
         }
         out_ += "</array>\n";
       }
     } else {
-      dictionary(root.dictionaries.front(), top, 1, 0);
+      root.visit(0, [&](const PropertyDictionary& d) { dictionary(d, top, 1, 0); });
     }
     out_ += "</plist>\n";
     return std::move(out_);

@@ -8,6 +8,7 @@
 
 #include <string_view>
 
+#include "detail/value_builder.hpp"
 #include "telvor/plist/plist.hpp"
 
 namespace telvor::plist::detail {
@@ -24,6 +25,8 @@ namespace telvor::plist::detail {
 //   costs at least one byte of reference), or more bytes of text and data than 16 times
 //   the input or 64 MiB, whichever is more (writers do share equal strings);
 // - unexpectedShape, tooDeep: as parse() documents.
-PropertyListDocument readBinary(std::string_view bytes);
+// Each dictionary goes to `take` as soon as it is complete; gives whether the root is an
+// array.
+bool readBinary(std::string_view bytes, ValueBuilder::Take take);
 
 }  // namespace telvor::plist::detail

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,11 @@ namespace telvor::plist::detail {
 
 class ValueBuilder {
  public:
+  // Each dictionary of the document (the root one, or each element of the root array)
+  // goes to `take` as soon as it is complete.
+  using Take = std::function<void(PropertyDictionary&&)>;
+  explicit ValueBuilder(Take take) : take_(std::move(take)) {}
+
   enum class Container : std::uint8_t { array, dictionary };
 
   // What each kind of value is called in messages ("the root is a string, not ...").
@@ -43,8 +49,9 @@ class ValueBuilder {
 
   std::size_t depth() const noexcept { return depth_; }
   bool done() const noexcept { return done_; }
-  // The document, once the root value is complete; throws unexpectedShape as above.
-  PropertyListDocument take();
+  // Once the root value is complete: whether the root was an array; throws
+  // unexpectedShape as above.
+  bool finish();
 
   // "$[2].Port": where the next value goes (or, with `ofKey`, the innermost dictionary).
   std::string path(bool ofKey = false) const;
@@ -55,20 +62,21 @@ class ValueBuilder {
     std::int64_t count = 0;  // values placed so far
     std::string key;         // a dictionary's pending key
     PropertyOther::Array elements;
-    std::vector<PropertyDictionary::Entry> entries;  // in input order, duplicates and all
+    PropertyDictionary dictionary;
+    std::size_t lastSize = 0;  // of the previous dictionary at this depth: a size to reserve
   };
 
   void place(PropertyValue value);
-  PropertyDictionary dictionaryOf(Frame& frame);
   // True when the innermost frame is the root array, whose dictionaries go straight into
   // the document.
-  bool inRootArray() const noexcept { return depth_ == 1 && document_.wasArray; }
+  bool inRootArray() const noexcept { return depth_ == 1 && wasArray_; }
 
   std::string shapeFault_;      // the first fault of shape, if any
   std::vector<Frame> frames_;  // frames_[0, depth_) are open; the rest keep their capacity
   std::size_t depth_ = 0;
   bool done_ = false;
-  PropertyListDocument document_;
+  bool wasArray_ = false;
+  Take take_;
 };
 
 }  // namespace telvor::plist::detail

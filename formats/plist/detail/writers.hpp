@@ -3,7 +3,7 @@
 #pragma once
 
 #include <cstddef>
-#include <span>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -12,11 +12,19 @@
 
 namespace telvor::plist::detail {
 
-// The dictionaries to write: one as the root, or an array of them.
+// The dictionaries to write: one as the root, or an array of them. `visit(i, write)`
+// calls `write` with dictionary i, which need live only during the call.
 struct WriteRoot {
-  std::span<const PropertyDictionary> dictionaries;
+  using Write = std::function<void(const PropertyDictionary&)>;
+  std::size_t count = 0;
   bool asArray = false;
+  std::function<void(std::size_t, const Write&)> visit;
 };
+
+// How much output to reserve once the first of `count` dictionaries took `firstBytes`:
+// a little more than they all seem to need. Reserved pages that are never written cost no
+// memory, and growing by doubling would hold the old and the new copy at once.
+std::size_t outputEstimate(std::size_t firstBytes, std::size_t count);
 
 // The XML form: UTF-8, tab indentation, keys in the dictionaries' order.
 std::string writeXml(const WriteRoot& root);

@@ -11,6 +11,7 @@
 
 #include <string_view>
 
+#include "detail/value_builder.hpp"
 #include "telvor/plist/plist.hpp"
 
 namespace telvor::plist::detail {
@@ -26,6 +27,8 @@ namespace telvor::plist::detail {
 //   instructions;
 // - unsupportedValue: text that is not valid UTF-8;
 // - unexpectedShape, tooDeep: as parse() documents.
-PropertyListDocument readXml(std::string_view text);
+// Each dictionary goes to `take` as soon as it is complete; gives whether the root is an
+// array.
+bool readXml(std::string_view text, ValueBuilder::Take take);
 
 }  // namespace telvor::plist::detail

@@ -59,6 +59,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -95,6 +96,12 @@ struct PropertyListDocument {
 // path of the offending value such as `$[2].Port`).
 TELVOR_PLIST_API PropertyListDocument parse(std::string_view bytes);
 
+// Reads as parse() does, but hands each dictionary (the root one, or each element of the
+// root array) to `take` as soon as it is complete instead of keeping them all, so that a
+// caller can turn each into a record while the next is read. Gives whether the root is
+// an array. When it throws, `take` may have had the dictionaries before the fault.
+TELVOR_PLIST_API bool parseEach(std::string_view bytes, const std::function<void(PropertyDictionary&&)>& take);
+
 // Reads a property list whose root must be a single dictionary. Throws PlistError, as
 // parse() does, and also when the root is an array.
 TELVOR_PLIST_API PropertyDictionary parseDictionary(std::string_view bytes);
@@ -115,5 +122,12 @@ TELVOR_PLIST_API std::string serialize(const PropertyListDocument& document, For
 // `asArray`, else the one dictionary.
 TELVOR_PLIST_API std::string serialize(std::span<const PropertyDictionary> dictionaries, bool asArray,
                                        Format format = Format::xml);
+
+// The same for `count` dictionaries made one at a time by `make(i)` (0 <= i < count) and
+// dropped once written, so that a caller's records need not all be turned into
+// dictionaries at once. Throws as above, and whatever `make` throws.
+TELVOR_PLIST_API std::string serializeEach(std::size_t count, bool asArray,
+                                           const std::function<PropertyDictionary(std::size_t)>& make,
+                                           Format format = Format::xml);
 
 }  // namespace telvor::plist
