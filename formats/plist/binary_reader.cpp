@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -32,6 +33,9 @@ constexpr unsigned kArray = 0xA;
 constexpr unsigned kOrderedSet = 0xB;
 constexpr unsigned kSet = 0xC;
 constexpr unsigned kDictionary = 0xD;
+
+// How many decoded keys the reader keeps: a catalogue's records have a few dozen.
+constexpr std::size_t kKeysKept = 1024;
 
 constexpr std::uint64_t kExpandedBytesFloor = std::uint64_t{64} << 20;
 constexpr std::uint64_t kExpandedBytesFactor = 16;
@@ -204,16 +208,18 @@ class BinaryReader {
                                      "0123456789abcdef"[type] + "0123456789abcdef"[info] + ")");
   }
 
+  // Keys are shared by every dictionary that has them: each key object is decoded and
+  // checked once, then copied.
   std::string keyText(std::uint64_t object) {
-    if (onStack_[object]) {
-      refuseInput(Kind::malformed, "a cycle of references through binary object " + std::to_string(object));
-    }
+    if (const auto known = keys_.find(object); known != keys_.end()) return known->second;
     const std::size_t at = offsetOf(object);
     const unsigned type = static_cast<unsigned char>(bytes_[at]) >> 4;
     if (type != kAsciiString && type != kUtf16String) {
       refuseInput(Kind::malformed, "binary object " + std::to_string(object) + ", a dictionary key, is not a string");
     }
-    return textAt(object, at, true);
+    std::string key = textAt(object, at, true);
+    if (keys_.size() < kKeysKept) keys_.emplace(object, key);
+    return key;
   }
 
   // The string object at `at` as UTF-8, checked as the writer would check it.
@@ -317,6 +323,7 @@ class BinaryReader {
   BinaryTrailer trailer_;
   std::size_t end_ = 0;  // where the object area ends: the offset table
   std::vector<bool> onStack_;
+  std::unordered_map<std::uint64_t, std::string> keys_;
   std::uint64_t values_ = 0;
   std::uint64_t expandedBytes_ = 0;
 };
