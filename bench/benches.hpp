@@ -3,12 +3,16 @@
 
 #include <array>
 #include <cstddef>
+#include <ostream>
 #include <string>
 
 namespace bench {
 
 // The catalogue sizes every JSON benchmark runs at.
 inline constexpr std::array<std::size_t, 2> kCatalogueSizes = {1000, 100000};
+
+// The catalogue sizes the property-list benchmarks run at.
+inline constexpr std::array<std::size_t, 2> kPlistSizes = {1000, 20000};
 
 // How often each compared benchmark is repeated; the summary takes the fastest run.
 inline constexpr int kRepetitions = 3;
@@ -17,6 +21,14 @@ void registerJsonBenchmarks();
 void registerDictionaryBenchmarks();
 void registerEnumBenchmarks();
 void registerTextBenchmarks();
+void registerPlistBenchmarks();
+
+class SummaryReporter;
+// What is measured outside Google Benchmark, into `reporter`: Python's plistlib reading and
+// writing the files the property-list benchmarks read (as "plistlib/load_FILE",
+// "plistlib/dumps_xml_FILE", ...), and the peak memory of the tool's conversions of the
+// largest catalogue (as counters of "memory/WAY/N"). Says what it runs on `log`.
+void measurePlistBaselines(SummaryReporter& reporter, std::ostream& log);
 
 // Decodes and encodes a catalogue every way and checks that all ways agree: the same
 // nodes out of the same text, the same text out of the same nodes. Returns a description

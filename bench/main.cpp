@@ -1,6 +1,6 @@
 // telvor-bench: the library against hand-written nlohmann::json, direct Boost.JSON and
-// simdjson, plus the dictionary form, enumerations and text equality; a summary of the
-// targets follows the usual table. Google Benchmark's flags apply
+// simdjson, its property lists against Python's plistlib, plus the dictionary form,
+// enumerations and text equality; a summary of the targets follows the usual table. Google Benchmark's flags apply
 // (--benchmark_filter=encode, --benchmark_out=results.json, ...).
 #include <benchmark/benchmark.h>
 
@@ -42,8 +42,14 @@ int main(int argc, char** argv) {
   bench::registerDictionaryBenchmarks();
   bench::registerEnumBenchmarks();
   bench::registerTextBenchmarks();
+#ifdef TELVOR_BENCH_PLIST
+  bench::registerPlistBenchmarks();
+#endif
   bench::SummaryReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
+#ifdef TELVOR_BENCH_PLIST
+  bench::measurePlistBaselines(reporter, std::cout);
+#endif
   reporter.printSummary(std::cout);
   std::cout << "\nload average (1, 5, 15 min) before: " << loadBefore << ", after: " << loadAverage() << "\n";
   benchmark::Shutdown();

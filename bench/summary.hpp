@@ -19,6 +19,11 @@ class SummaryReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& reports) override;
 
+  // A CPU time per iteration measured elsewhere (another program), under `name`.
+  void addMeasurement(const std::string& name, double cpuNanoseconds);
+  // A figure measured elsewhere, as counter `counter` of `name`.
+  void addCounter(const std::string& name, const std::string& counter, double value);
+
   // The targets' table; a target whose benchmarks were filtered out says so.
   void printSummary(std::ostream& out) const;
 

@@ -1,6 +1,8 @@
 // The tool's bridge to the property-list format.
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,7 +21,15 @@ struct DictionaryList {
 DictionaryList readPlist(std::string_view bytes);
 
 // Writes the dictionaries (one, or an array when `wasArray`) as an XML property list, or
-// a binary one.
+// a binary one. Throws InputError ("invalidValue at PATH: ...") for a value the form
+// cannot hold.
 std::string writePlist(const DictionaryList& list, bool binary);
+
+// The same one dictionary at a time, so that a catalogue's dictionaries never all exist
+// at once: readPlist hands each to `take` as soon as it is read and gives wasArray;
+// writePlist asks `make(i)` for dictionary i of `count`.
+bool readPlist(std::string_view bytes, const std::function<void(PropertyDictionary&&)>& take);
+std::string writePlist(std::size_t count, bool wasArray, const std::function<PropertyDictionary(std::size_t)>& make,
+                       bool binary);
 
 }  // namespace telvor::tool

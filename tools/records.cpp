@@ -53,9 +53,9 @@ Records<T> readJson(std::string_view bytes) {
 template <class T>
 Records<T> readPlistRecords(std::string_view bytes) {
   if constexpr (kHasDictionaryForm<T>) {
-    const DictionaryList list = readPlist(bytes);
-    Records<T> records{{}, list.wasArray};
-    for (const auto& dictionary : list.dictionaries) records.values.emplace_back(dictionary);
+    // Each dictionary becomes a record as soon as it is read: they never all exist at once.
+    Records<T> records;
+    records.wasArray = readPlist(bytes, [&](PropertyDictionary&& d) { records.values.emplace_back(d); });
     return records;
   } else {
     throw UsageError("this type exists only as JSON");
@@ -76,8 +76,8 @@ std::string writeJson(const Records<T>& records) {
 template <class T>
 std::string writePlistRecords(const Records<T>& records, bool binary) {
   if constexpr (kHasDictionaryForm<T>) {
-    DictionaryList list{{}, records.wasArray};
-    for (std::size_t i = 0; i < records.values.size(); ++i) {
+    // Each record's dictionary is made as it is written and dropped after.
+    const auto make = [&](std::size_t i) {
       auto dictionary = records.values[i].toDictionary();
       if (!dictionary) {
         std::string missing;
@@ -85,9 +85,9 @@ std::string writePlistRecords(const Records<T>& records, bool binary) {
         throw InputError("invalidValue at " + pathOf(records, i) + ": the node has no " + missing +
                          "; a saved node needs an AE title, a name, an address and a port.");
       }
-      list.dictionaries.push_back(std::move(*dictionary));
-    }
-    return writePlist(list, binary);
+      return std::move(*dictionary);
+    };
+    return writePlist(records.values.size(), records.wasArray, make, binary);
   } else {
     throw UsageError("this type exists only as JSON");
   }

@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <limits>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "telvor/plist/plist.hpp"
 
@@ -102,6 +104,62 @@ TEST_P(PlistRoundTrip, NestingUpToTheLimitIsWrittenAndRead) {
 INSTANTIATE_TEST_SUITE_P(Forms, PlistRoundTrip, testing::Values(Format::xml, Format::binary),
                          [](const auto& info) { return info.param == Format::xml ? "xml" : "binary"; });
 
+TEST_P(PlistRoundTrip, OneDictionaryAtATimeGivesTheSameBytesAndOrder) {
+  const PropertyListDocument many{{everyKind(), PropertyDictionary{}, PropertyDictionary{{"n", PropertyValue::integer(3)}}},
+                                  true};
+  const std::string bytes = plist::serializeEach(
+      many.dictionaries.size(), true, [&](std::size_t i) { return many.dictionaries[i]; }, GetParam());
+  EXPECT_EQ(bytes, plist::serialize(many, GetParam()));
+  std::vector<PropertyDictionary> taken;
+  EXPECT_TRUE(plist::parseEach(bytes, [&](PropertyDictionary&& d) { taken.push_back(std::move(d)); }));
+  EXPECT_EQ(taken, many.dictionaries);
+  // What `make` throws comes out unchanged.
+  EXPECT_THROW(plist::serializeEach(
+                   2, true, [](std::size_t) -> PropertyDictionary { throw std::out_of_range("none"); }, GetParam()),
+               std::out_of_range);
+}
+
+TEST_P(PlistRoundTrip, ManyObjectsAndLongCountsComeBack) {
+  // 70,000 distinct integers need references of four bytes; texts and lists of 15 and
+  // more need their count after the marker; astral characters travel as UTF-16 pairs.
+  PropertyOther::Array numbers;
+  for (std::int64_t i = 0; i < 70000; ++i) numbers.push_back(PropertyValue::integer(i * 977 - 35000000));
+  const PropertyDictionary d{{"numbers", other(PropertyOther(std::move(numbers)))},
+                             {"fifteen", PropertyValue::text("fifteen letters")},
+                             {"astral", PropertyValue::text("\xF0\x9F\x98\x80 and \xE2\x98\x83")},
+                             {"repeated", other(PropertyOther(PropertyOther::Array(20, PropertyValue::text("same"))))}};
+  EXPECT_EQ(plist::parseDictionary(plist::serialize(d, GetParam())), d);
+}
+
+TEST(PlistWrite, TheBinaryFormStoresEqualScalarsOnce) {
+  PropertyListDocument same{{}, true};
+  for (int i = 0; i < 100; ++i) same.dictionaries.push_back(everyKind());
+  const std::string one = plist::serialize(PropertyListDocument{{everyKind()}, true}, Format::binary);
+  const std::string hundred = plist::serialize(same, Format::binary);
+  // Each further copy costs its containers' references, not its texts and numbers again:
+  // less than a third of a hundred whole copies.
+  EXPECT_LT(hundred.size(), one.size() * 100 / 3);
+  EXPECT_EQ(plist::parse(hundred), same);
+}
+
+TEST(PlistRead, XmlTextFormsAreDecodedAsXmlDefinesThem) {
+  const auto d = plist::parseDictionary(
+      "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+      "<plist version=\"1.0\"><dict>"
+      "<key>t</key><string>&#x41;&amp;<![CDATA[<b>]]><!-- a comment -->x\r\ny</string>"
+      "<key>huge</key><real>1e400</real>"
+      "<key>tiny</key><real>-1e-400</real>"
+      "<key>d</key><date>2020-06-01T12:00:00Z</date>"
+      "<key>b</key><data>AAH+\n /w==</data>"
+      "</dict></plist>");
+  EXPECT_EQ(d.readString("t"), "A&<b>x\ny");  // a raw CR LF is a line feed in XML
+  EXPECT_EQ(*d.find("huge")->otherValue()->real(), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(*d.find("tiny")->otherValue()->real(), 0.0);
+  EXPECT_EQ(d.find("d")->otherValue()->date()->secondsSinceReferenceDate, 612705600);
+  EXPECT_EQ(*d.find("b")->otherValue()->data(), (PropertyOther::Data{0x00, 0x01, 0xFE, 0xFF}));
+}
+
 TEST(PlistRead, SignedIntegersKeepTheirSignAndLargeOnesBecomeOther) {
   const auto d = plist::parseDictionary(
       "<plist version=\"1.0\"><dict>"
@@ -189,11 +247,33 @@ INSTANTIATE_TEST_SUITE_P(
         Unwritable{"dateNotANumber",
                    {{"d", other(PropertyOther(PropertyDate{std::numeric_limits<double>::quiet_NaN()}))}},
                    "the date at $.d"},
+        Unwritable{"controlInText", {{"a", PropertyValue::text("bell\x07")}},
+                   "the text at $.a holds U+0007, which the XML form cannot hold"},
+        Unwritable{"nonCharacterInKey", {{"k\xEF\xBF\xBF", PropertyValue::integer(1)}}, "a key in $ holds U+FFFF"},
         Unwritable{"insideAList",
                    {{"l", other(PropertyOther(PropertyOther::Array{PropertyValue::integer(1),
                                                                    PropertyValue::text("\xFF")}))}},
                    "text at $.l[1]"}),
     [](const auto& info) { return std::string(info.param.name); });
+
+TEST(PlistWrite, TextXmlCannotHoldIsRefusedThereWithItsPathAndKeptInBinary) {
+  const PropertyDictionary d{
+      {"Description", PropertyValue::text("ESC \x1b[31m, U+FFFE \xEF\xBF\xBE, unit separator \x1f")}};
+  try {
+    plist::serialize(PropertyListDocument{{PropertyDictionary{}, d}, true}, Format::xml);
+    FAIL() << "written";
+  } catch (const PlistError& e) {
+    EXPECT_EQ(e.kind(), PlistError::Kind::unwritable);
+    EXPECT_EQ(e.path(), "$[1].Description");
+  }
+  EXPECT_EQ(plist::parseDictionary(plist::serialize(d, Format::binary)), d);
+}
+
+TEST(PlistWrite, XmlKeepsWhitespaceAndMarkupCharactersExactly) {
+  // expat turns a raw carriage return into a line feed, so the writer escapes it.
+  const PropertyDictionary d{{"t", PropertyValue::text("a\tb\nc\r\nd\re <&> ]]> \"'")}};
+  EXPECT_EQ(plist::parseDictionary(plist::serialize(d, Format::xml)), d);
+}
 
 TEST(PlistWrite, SeveralDictionariesNeedTheArrayMark) {
   EXPECT_THROW(plist::serialize(PropertyListDocument{{{}, {}}, false}), PlistError);

@@ -1,5 +1,7 @@
 #include "telvor/coding/property_dictionary.hpp"
 
+#include <algorithm>
+
 namespace telvor {
 
 // --- PropertyOther ---------------------------------------------------------------------
@@ -88,11 +90,24 @@ const PropertyOther* PropertyValue::otherValue() const noexcept { return std::ge
 
 // --- PropertyDictionary ----------------------------------------------------------------
 
-PropertyDictionary::PropertyDictionary(std::initializer_list<Map::value_type> entries) : entries_(entries) {}
+namespace {
+// Byte order, as std::string compares (its char_traits compare as unsigned char).
+bool keyBefore(const PropertyDictionary::Entry& entry, std::string_view key) noexcept {
+  return std::string_view(entry.first) < key;
+}
+}  // namespace
+
+PropertyDictionary::PropertyDictionary(std::initializer_list<Entry> entries) : entries_(entries) {
+  std::stable_sort(entries_.begin(), entries_.end(),
+                   [](const Entry& a, const Entry& b) { return a.first < b.first; });
+  const auto last = std::unique(entries_.begin(), entries_.end(),
+                                [](const Entry& a, const Entry& b) { return a.first == b.first; });
+  entries_.erase(last, entries_.end());
+}
 
 const PropertyValue* PropertyDictionary::find(std::string_view key) const noexcept {
-  const auto it = entries_.find(key);
-  return it == entries_.end() ? nullptr : &it->second;
+  const auto it = std::lower_bound(entries_.begin(), entries_.end(), key, keyBefore);
+  return it == entries_.end() || it->first != key ? nullptr : &it->second;
 }
 
 bool PropertyDictionary::contains(std::string_view key) const noexcept { return find(key) != nullptr; }
@@ -117,12 +132,21 @@ std::optional<bool> PropertyDictionary::readBool(std::string_view key) const noe
 }
 
 void PropertyDictionary::setValue(std::string key, PropertyValue value) {
-  entries_.insert_or_assign(std::move(key), std::move(value));
+  if (entries_.empty() || entries_.back().first < key) {
+    entries_.emplace_back(std::move(key), std::move(value));
+    return;
+  }
+  const auto it = std::lower_bound(entries_.begin(), entries_.end(), std::string_view(key), keyBefore);
+  if (it != entries_.end() && it->first == key) {
+    it->second = std::move(value);
+  } else {
+    entries_.emplace(it, std::move(key), std::move(value));
+  }
 }
 
 bool PropertyDictionary::removeValue(std::string_view key) noexcept {
-  const auto it = entries_.find(key);
-  if (it == entries_.end()) return false;
+  const auto it = std::lower_bound(entries_.begin(), entries_.end(), key, keyBefore);
+  if (it == entries_.end() || it->first != key) return false;
   entries_.erase(it);
   return true;
 }

@@ -24,11 +24,13 @@
 //
 // Keys are text compared byte for byte; letter case counts ("AETitle" is not "aetitle").
 // Entry order means nothing; iteration is in key order so output is deterministic.
+//
+// The entries are one sorted array: a dictionary filled after reserve() costs one
+// allocation for its table, plus one per key or text too long for the small-string buffer.
 #pragma once
 
 #include <cstdint>
 #include <initializer_list>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -132,10 +134,13 @@ class TELVOR_API PropertyValue {
 
 class TELVOR_API PropertyDictionary {
  public:
-  using Map = std::map<std::string, PropertyValue, std::less<>>;
+  // An entry: its key and value. Iteration gives entries read-only, in key order.
+  using Entry = std::pair<std::string, PropertyValue>;
+  using const_iterator = std::vector<Entry>::const_iterator;
 
   PropertyDictionary() = default;
-  PropertyDictionary(std::initializer_list<Map::value_type> entries);
+  // Of several entries under one key, the first is kept.
+  PropertyDictionary(std::initializer_list<Entry> entries);
 
   // True when there is an entry under the key, whatever its kind (other included).
   bool contains(std::string_view key) const noexcept;
@@ -146,8 +151,12 @@ class TELVOR_API PropertyDictionary {
   std::optional<std::int64_t> readInt(std::string_view key) const noexcept;
   std::optional<bool> readBool(std::string_view key) const noexcept;
 
-  // Inserts the entry, or replaces the value of the entry under the same key.
+  // Inserts the entry, or replaces the value of the entry under the same key. Entries set
+  // in key order are appended without a search.
   void setValue(std::string key, PropertyValue value);
+
+  // Makes room for `count` entries in all, so that setting that many allocates no more.
+  void reserve(std::size_t count) { entries_.reserve(count); }
 
   // Removes the entry under the key; false when there was none.
   bool removeValue(std::string_view key) noexcept;
@@ -156,14 +165,14 @@ class TELVOR_API PropertyDictionary {
   const PropertyValue* find(std::string_view key) const noexcept;
   std::size_t size() const noexcept { return entries_.size(); }
   bool empty() const noexcept { return entries_.empty(); }
-  Map::const_iterator begin() const noexcept { return entries_.begin(); }
-  Map::const_iterator end() const noexcept { return entries_.end(); }
+  const_iterator begin() const noexcept { return entries_.begin(); }
+  const_iterator end() const noexcept { return entries_.end(); }
 
   // Same keys with equal values.
   friend bool operator==(const PropertyDictionary&, const PropertyDictionary&) = default;
 
  private:
-  Map entries_;
+  std::vector<Entry> entries_;  // sorted by key, byte for byte; keys unique
 };
 
 }  // namespace telvor

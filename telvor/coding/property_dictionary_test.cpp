@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace telvor {
 namespace {
 
@@ -67,6 +70,24 @@ TEST(PropertyDictionary, SetValueInsertsOrReplaces) {
   d.setValue("k", PropertyValue::text("x"));
   EXPECT_EQ(d.size(), 1u);
   EXPECT_EQ(d.readString("k"), "x");
+}
+
+TEST(PropertyDictionary, EntriesStaySortedByBytesWhateverTheOrderOfSetting) {
+  // Keys set out of order, replaced, removed and given twice: the table stays one sorted
+  // run with unique keys, byte order ('A' < 'a' < 0xC3), the first of duplicates kept.
+  PropertyDictionary d{{"\xC3\xA9", PropertyValue::integer(1)}, {"a", PropertyValue::integer(2)},
+                       {"a", PropertyValue::integer(9)}};
+  d.reserve(8);
+  for (const char* key : {"b", "A", "ab", "", "a"}) d.setValue(key, PropertyValue::text(key));
+  EXPECT_TRUE(d.removeValue("ab"));
+  EXPECT_FALSE(d.removeValue("ab"));
+  std::vector<std::string> keys;
+  for (const auto& [key, value] : d) keys.push_back(key);
+  EXPECT_EQ(keys, (std::vector<std::string>{"", "A", "a", "b", "\xC3\xA9"}));
+  EXPECT_EQ(d.readString("a"), "a");
+  EXPECT_EQ(d.readInt("\xC3\xA9"), 1);
+  EXPECT_FALSE(d.contains("ab"));
+  EXPECT_EQ((PropertyDictionary{{"a", PropertyValue::integer(2)}, {"a", PropertyValue::integer(9)}}).readInt("a"), 2);
 }
 
 TEST(PropertyDictionary, OtherValuesAreKeptIntactAndCopiedDeeply) {

@@ -31,6 +31,9 @@ constexpr std::string_view isQueryable = "isQueryable";
 constexpr std::string_view icon = "icon";
 }  // namespace key
 
+// The keys every node's dictionary form holds: sixteen of its own and four of TLS.
+constexpr std::size_t kAlwaysWritten = 20;
+
 // What an absent WADO URL is written as; stored data has always had it.
 constexpr std::string_view kAbsentWadoUrl = "wado";
 
@@ -69,6 +72,7 @@ DictionaryForm DicomNode::toDictionary() const {
   const auto number = [](auto code) { return PropertyValue::numberObject(rawValue(code)); };
   // Entries are moved in one by one: an initializer list would copy every key and text.
   PropertyDictionary d;
+  d.reserve(kAlwaysWritten + (isQueryable == false ? 1 : 0) + (icon ? 1 : 0));
   const auto set = [&d](std::string_view key, PropertyValue value) { d.setValue(std::string(key), std::move(value)); };
   set(key::aetitle, text(*aetitle));
   set(key::port, text(*port));

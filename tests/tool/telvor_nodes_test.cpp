@@ -42,6 +42,14 @@ TEST_F(TelvorNodes, ConvertsJsonToPlistAndBackLosingOnlyWhatTheDictionaryFormLos
   EXPECT_EQ(back.out.find("E621E1F8"), std::string::npos);  // identities are not stored in a dictionary
 }
 
+TEST_F(TelvorNodes, TheBinaryFormKeepsWhatXmlCannotHold) {
+  const auto r = run("convert --binary '" + data("control_name.json") + "' -o '" + scratch("ring.plist") + "'");
+  ASSERT_EQ(r.status, 0) << r.err;
+  const auto back = run("convert '" + scratch("ring.plist") + "'");
+  ASSERT_EQ(back.status, 0) << back.err;
+  EXPECT_NE(back.out.find("\"name\": \"Ring\\u0007\""), std::string::npos) << back.out;
+}
+
 TEST_F(TelvorNodes, JsonToJsonReEncodesInCodedOrder) {
   const auto r = run("convert --to json -", data("unnamed.json"));
   ASSERT_EQ(r.status, 0) << r.err;
@@ -66,6 +74,9 @@ TEST_F(TelvorNodes, ErrorsFollowTheOneLineFormat) {
       {"noDictionaryForm", "convert --to plist '" + data("unnamed.json") + "'", 3,
        "telvor-nodes: invalidValue at $: the node has no name, address; a saved node needs an AE title, a name, an "
        "address and a port."},
+      {"xmlCannotHoldIt", "convert --to plist '" + data("control_name.json") + "'", 3,
+       "telvor-nodes: invalidValue at $[0].Description: cannot write property list: the text at $[0].Description "
+       "holds U+0007"},
       {"notJson", "convert --from json '" + data("../CMakeLists.txt") + "'", 3, "telvor-nodes: dataCorrupted at $: "},
       {"typeMismatch", "convert --type tls '" + data("nodes.json") + "'", 3, "telvor-nodes: keyNotFound at $[0]: "},
       {"unknownOption", "convert --fast", 2, "telvor-nodes: The following argument was not expected: --fast", true},

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "telvor/plist/plist_error.hpp"
 
@@ -12,9 +13,9 @@ namespace telvor::plist::detail {
   throw PlistError(kind, "cannot read property list: " + message);
 }
 
-// "cannot write property list: <message>"
-[[noreturn]] inline void refuseOutput(PlistError::Kind kind, const std::string& message) {
-  throw PlistError(kind, "cannot write property list: " + message);
+// "cannot write property list: <message>"; `path` names the offending value, if one.
+[[noreturn]] inline void refuseOutput(PlistError::Kind kind, const std::string& message, std::string path = {}) {
+  throw PlistError(kind, "cannot write property list: " + message, std::move(path));
 }
 
 }  // namespace telvor::plist::detail

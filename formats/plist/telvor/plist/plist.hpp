@@ -26,37 +26,41 @@
 // A property list has no boxed number distinct from an integer, so a number object is
 // written as an integer and reads back as one; PropertyDictionary::readInt accepts both.
 // Everything else comes back exactly as it was written, with the limits of the XML form
-// itself: dates keep whole seconds and must lie in the years 1000 to 9999, and a real -0
-// reads back as 0. The binary form keeps every date and real bit for bit.
+// itself: dates keep whole seconds and must lie in the years 1000 to 9999, and text must
+// not hold characters XML 1.0 forbids (see serialize). The binary form keeps every date
+// and real bit for bit, and any text.
 //
-// Input is checked before libplist sees it, because libplist's readers recurse without a
-// limit and accept some damage silently. Refused with PlistError (see plist_error.hpp):
+// Each form is read in one pass, without recursion: XML through expat's events, the
+// binary form by one walk of its object graph from the top object. Refused with
+// PlistError (see plist_error.hpp):
 // - nesting of arrays and dictionaries deeper than kMaxDepth (the root is level 1);
-// - XML that is not well formed as far as a property list goes: unknown markup, an
-//   integer, real, date or data element whose text is not that kind's form (libplist
-//   would read "abc" as 0, "010" as 8, -9223372036854775809 as the largest Int64 and
-//   2023-02-30 as March 2nd), a key without a value, content after the root;
+// - XML that is not well formed, or not as far as a property list goes: unknown markup,
+//   a document type with an internal subset or an undeclared entity (nothing is ever
+//   expanded), an integer, real, date or data element whose text is not that kind's form
+//   ("abc", "010", -9223372036854775809, 2023-02-30), a key without a value, content
+//   after the root;
 // - binary property lists that are truncated or point outside themselves, contain a
 //   cycle, hold an integer that needs more than 64 bits, or whose shared objects would
-//   expand, copied once per reference as libplist copies them, to more values than the
-//   input has bytes or more text and data than 16 times the input or 64 MiB (a few
-//   hundred bytes could otherwise expand to gigabytes);
+//   expand, copied once per reference, to more values than the input has bytes or more
+//   text and data than 16 times the input or 64 MiB (a few hundred bytes could otherwise
+//   expand to gigabytes);
 // - text (values and keys) that is not valid UTF-8 or holds a NUL character, which the
 //   writer could not write back;
 // - more than 4 GiB of input.
-// A key that occurs twice in one dictionary keeps its last value.
+// A key that occurs twice in one dictionary keeps its last value. A document of the wrong
+// shape is read to its end first, so damage anywhere in it is reported before its shape.
 //
 // Writing. Keys come out in the dictionary's key order, so equal documents give equal
 // bytes. Text, integer, boolean and number object (as an integer) are written as the
 // property-list types above; each kind of other goes back to the type it came from. An
-// unsignedInteger within Int64 is an ordinary integer and reads back as one.
-//
-// libplist reads and writes the XML form's reals with the C library, which follows the
-// process's LC_NUMERIC: a program that sets a locale with a decimal comma should keep
-// LC_NUMERIC at "C" while it reads or writes XML property lists.
+// unsignedInteger within Int64 is an ordinary integer and reads back as one. The binary
+// form stores equal keys, texts and numbers once. Reals are written and read in the
+// shortest form that gives the same double, whatever the process's locale.
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -92,18 +96,38 @@ struct PropertyListDocument {
 // path of the offending value such as `$[2].Port`).
 TELVOR_PLIST_API PropertyListDocument parse(std::string_view bytes);
 
+// Reads as parse() does, but hands each dictionary (the root one, or each element of the
+// root array) to `take` as soon as it is complete instead of keeping them all, so that a
+// caller can turn each into a record while the next is read. Gives whether the root is
+// an array. When it throws, `take` may have had the dictionaries before the fault.
+TELVOR_PLIST_API bool parseEach(std::string_view bytes, const std::function<void(PropertyDictionary&&)>& take);
+
 // Reads a property list whose root must be a single dictionary. Throws PlistError, as
 // parse() does, and also when the root is an array.
 TELVOR_PLIST_API PropertyDictionary parseDictionary(std::string_view bytes);
 
 // Writes one dictionary as the root. Throws PlistError (unwritable, tooDeep) for a value
-// a property list cannot hold: text or a key that is not valid UTF-8 or holds a NUL
-// character, nesting deeper than kMaxDepth, and in the XML form a date outside the years
-// 1000 to 9999 (or not a number). Nothing is returned then.
+// a property list cannot hold, with the value's path in PlistError::path(): text or a key
+// that is not valid UTF-8 or holds a NUL character, nesting deeper than kMaxDepth, and in
+// the XML form text or a key holding a character XML 1.0 forbids (a C0 control other than
+// tab, line feed and carriage return; U+FFFE, U+FFFF) and a date outside the years 1000
+// to 9999 (or not a number). Nothing is returned then.
 TELVOR_PLIST_API std::string serialize(const PropertyDictionary& dictionary, Format format = Format::xml);
 
 // Writes a document: an array of its dictionaries when wasArray is set, else its one
 // dictionary (a document of none or several dictionaries without wasArray is unwritable).
 TELVOR_PLIST_API std::string serialize(const PropertyListDocument& document, Format format = Format::xml);
+
+// The same for dictionaries held elsewhere, which are not copied: an array of them when
+// `asArray`, else the one dictionary.
+TELVOR_PLIST_API std::string serialize(std::span<const PropertyDictionary> dictionaries, bool asArray,
+                                       Format format = Format::xml);
+
+// The same for `count` dictionaries made one at a time by `make(i)` (0 <= i < count) and
+// dropped once written, so that a caller's records need not all be turned into
+// dictionaries at once. Throws as above, and whatever `make` throws.
+TELVOR_PLIST_API std::string serializeEach(std::size_t count, bool asArray,
+                                           const std::function<PropertyDictionary(std::size_t)>& make,
+                                           Format format = Format::xml);
 
 }  // namespace telvor::plist

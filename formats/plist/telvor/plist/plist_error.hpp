@@ -11,7 +11,7 @@
 // It derives from std::runtime_error, not from CodingError: a property list is read into
 // a PropertyDictionary, not through the keyed coding interface, so the coding errors'
 // kinds and paths do not apply. A caller that only reports catches std::exception.
-// No libplist failure reaches a caller in any other form.
+// No expat failure reaches a caller in any other form.
 #pragma once
 
 #include <stdexcept>
@@ -42,21 +42,26 @@ class TELVOR_PLIST_API PlistError : public std::runtime_error {
     // would expand beyond the limits plist.hpp states.
     tooLarge,
     // Writing: a value a property list cannot hold (text or a key that is not valid
-    // UTF-8 or contains a NUL character, an XML date outside the years 1000 to 9999), or
-    // a document of several dictionaries not marked as an array.
+    // UTF-8 or contains a NUL character; in the XML form also text with a character XML
+    // forbids, or a date outside the years 1000 to 9999), or a document of several
+    // dictionaries not marked as an array.
     unwritable,
   };
 
   // `message` is what what() returns; the format's messages open with "cannot read
-  // property list: " or "cannot write property list: ".
-  PlistError(Kind kind, const std::string& message);
+  // property list: " or "cannot write property list: ". `path` is where the offending
+  // value stands (`$[2].Port`), when the error is about one value.
+  PlistError(Kind kind, const std::string& message, std::string path = {});
 
   Kind kind() const noexcept { return kind_; }
+  // The offending value's path, or empty when the error is not about one value.
+  const std::string& path() const noexcept { return path_; }
   // "malformed", "unexpectedShape", ...; the kind's name for diagnostics.
   std::string_view kindName() const noexcept;
 
  private:
   Kind kind_;
+  std::string path_;
 };
 
 }  // namespace telvor::plist
