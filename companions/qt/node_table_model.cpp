@@ -58,6 +58,11 @@ std::optional<E> caseOf(const QVariant& value) {
 
 }  // namespace
 
+bool NodeTableModel::isRow(const QModelIndex& index) const {
+  return index.isValid() && index.model() == this && !index.parent().isValid() && index.row() < rowCount() &&
+         index.column() < columnCount_;
+}
+
 NodeTableModel::NodeTableModel(QObject* parent)
     : QAbstractTableModel(parent), colors_(QGuiApplication::palette()) {}
 
@@ -124,7 +129,7 @@ QVariant NodeTableModel::statusData(const DicomNodeStatus& nodeStatus, int role)
 }
 
 QVariant NodeTableModel::data(const QModelIndex& index, int role) const {
-  if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid)) return {};
+  if (!isRow(index)) return {};
   const DicomNode& node = nodes_[static_cast<std::size_t>(index.row())];
   const bool shown = role == Qt::DisplayRole || role == Qt::EditRole;
   switch (index.column()) {
@@ -163,7 +168,7 @@ bool NodeTableModel::refuse(const QModelIndex& index, const QString& reason) {
 }
 
 bool NodeTableModel::setData(const QModelIndex& index, const QVariant& value, int role) {
-  if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid)) return false;
+  if (!isRow(index)) return false;
   const int column = index.column();
   const bool checking = column == tls && role == Qt::CheckStateRole;
   if (!checking && (role != Qt::EditRole || column == tls || column == status)) return false;
@@ -217,7 +222,7 @@ bool NodeTableModel::setData(const QModelIndex& index, const QVariant& value, in
 }
 
 Qt::ItemFlags NodeTableModel::flags(const QModelIndex& index) const {
-  if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid)) return Qt::NoItemFlags;
+  if (!isRow(index)) return Qt::NoItemFlags;
   Qt::ItemFlags flags = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
   if (index.column() == tls) return flags | Qt::ItemIsUserCheckable;
   if (index.column() != status) flags |= Qt::ItemIsEditable;

@@ -21,7 +21,7 @@ int VocabularyModel::rowCount(const QModelIndex& parent) const {
 }
 
 QVariant VocabularyModel::data(const QModelIndex& index, int role) const {
-  if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid)) return {};
+  if (!index.isValid() || index.model() != this || index.row() >= rowCount()) return {};
   const Entry& entry = entries_[static_cast<std::size_t>(index.row())];
   if (role == Qt::DisplayRole || role == Qt::EditRole) return entry.title;
   if (role == CodeRole) return QVariant::fromValue(qlonglong{entry.code});

@@ -74,6 +74,7 @@ class TELVOR_QT_API NodeTableModel : public QAbstractTableModel {
   void editRefused(const QModelIndex& index, const QString& reason);
 
  private:
+  bool isRow(const QModelIndex& index) const;
   QVariant statusData(const DicomNodeStatus& status, int role) const;
   bool refuse(const QModelIndex& index, const QString& reason);
 
