@@ -109,9 +109,16 @@ cmd_install_check() {
     echo "install-check: the files above name the source or build tree" >&2
     exit 1
   fi
-  (cd "$prefix/include" && find telvor -name '*.hpp' | sort) |
+  (cd "$prefix/include" && find telvor -name '*.hpp' -not -path 'telvor/qt/*' | sort) |
     xargs -P "$JOBS" -I{} sh -c 'echo "#include <{}>" | '"${CXX:-g++}"' -std=c++20 -fsyntax-only \
       -Wall -Wextra -Wpedantic -Werror -I"'"$prefix"'/include" -x c++ - || { echo "  in {}" >&2; exit 255; }'
+  if [ -d "$prefix/include/telvor/qt" ]; then
+    local qtflags
+    qtflags=$(pkg-config --cflags Qt6Core Qt6Gui | sed 's/-I/-isystem /g')
+    (cd "$prefix/include" && find telvor/qt -name '*.hpp' | sort) |
+      xargs -P "$JOBS" -I{} sh -c 'echo "#include <{}>" | '"${CXX:-g++}"' -std=c++20 -fsyntax-only -fPIC \
+        -Wall -Wextra -Wpedantic -Werror -I"'"$prefix"'/include" '"$qtflags"' -x c++ - || { echo "  in {}" >&2; exit 255; }'
+  fi
 
   echo "find_package(Telvor):"
   cmake -S "$ROOT/examples/consumer" -B "$dir/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
@@ -123,6 +130,17 @@ cmd_install_check() {
   "${CXX:-g++}" -std=c++20 -o "$dir/telvor-consumer-pc" "$ROOT/examples/consumer/main.cpp" \
     $(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs telvor telvor-json telvor-plist)
   LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" "$dir/telvor-consumer-pc"
+
+  if [ -d "$prefix/include/telvor/qt" ]; then
+    echo "find_package(Telvor COMPONENTS qt) and pkg-config telvor-qt:"
+    cmake -S "$ROOT/examples/qt_consumer" -B "$dir/qt_consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+    build "$dir/qt_consumer" >/dev/null
+    LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" QT_QPA_PLATFORM=offscreen "$dir/qt_consumer/telvor-qt-consumer"
+    # shellcheck disable=SC2046
+    "${CXX:-g++}" -std=c++20 -fPIC -o "$dir/telvor-qt-consumer-pc" "$ROOT/examples/qt_consumer/main.cpp" \
+      $(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs telvor-qt)
+    LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" QT_QPA_PLATFORM=offscreen "$dir/telvor-qt-consumer-pc"
+  fi
 
   echo "FetchContent (add_subdirectory):"
   cmake -S "$ROOT/examples/consumer" -B "$dir/fetch" -G Ninja -DTELVOR_SOURCE_DIR="$ROOT" >/dev/null
