@@ -195,7 +195,9 @@ void MainWindow::onAnswer(int position) {
   const DicomNode& echoed = echo_.echoed()[static_cast<std::size_t>(position)];
   for (int row = 0; row < model_.rowCount(); ++row) {
     const DicomNode& node = model_.nodes()[static_cast<std::size_t>(row)];
-    if (node.id() == echoed.id() && node == echoed) model_.setStatus(row, echo_.result(position));
+    if (node.id() != echoed.id()) continue;
+    model_.setStatus(row, node == echoed ? echo_.result(position)
+                                         : DicomNodeStatus::unknown("Edited while it was being echoed; echo again"));
   }
 }
 

@@ -46,6 +46,8 @@ NodeForm::NodeForm(NodeTableModel& model, QWidget* parent) : QWidget(parent), mo
 
   // Whatever changes the row (the table's own editor, a refused edit) shows here too.
   connect(&model_, &QAbstractItemModel::dataChanged, this, [this](const QModelIndex& first, const QModelIndex& last) {
+    // Echo answers touch only the status column; reloading then would undo typing.
+    if (first.column() == NodeTableModel::status && last.column() == NodeTableModel::status) return;
     if (row_ >= first.row() && row_ <= last.row()) load();
   });
   connect(&model_, &QAbstractItemModel::modelReset, this, [this] { showRow(-1); });
