@@ -1,31 +1,23 @@
 #include "node_source.hpp"
 
-#include <QFile>
 #include <QSettings>
 #include <boost/json.hpp>
 #include <stdexcept>
 #include <string>
 
-#include "atomic_save.hpp"
 #include "telvor/json/json.hpp"
 #include "telvor/node/dictionary_edit.hpp"
 #include "telvor/plist/plist.hpp"
 #include "telvor/qt/node_settings_store.hpp"
+#include "support/atomic_save.hpp"
+#include "support/bounded_input.hpp"
 
 namespace telvor::node_manager {
 
 namespace {
 
-constexpr qint64 kLargestCatalogue = 64 * 1024 * 1024;
-
-std::string readCatalogue(const QString& path) {
-  QFile file(path);
-  if (!file.open(QIODevice::ReadOnly))
-    throw std::runtime_error(path.toStdString() + ": cannot be read (" + file.errorString().toStdString() + ")");
-  if (file.size() > kLargestCatalogue)
-    throw std::runtime_error(path.toStdString() + ": larger than 64 MiB; this is not a node catalogue");
-  return file.readAll().toStdString();
-}
+// Throws tool::ReadError ("PATH: REASON") for a missing, unreadable or oversized file.
+std::string readCatalogue(const QString& path) { return tool::readBounded(path.toStdString()); }
 
 class PlistFile final : public NodeSource {
  public:
@@ -65,7 +57,7 @@ class PlistFile final : public NodeSource {
     } catch (const std::exception& e) {
       throw std::runtime_error(path_.toStdString() + ": " + e.what());
     }
-    saveAtomically(path_.toStdString(), bytes);
+    tool::saveAtomically(path_.toStdString(), bytes);
     document_ = std::move(saved);
   }
 
@@ -126,7 +118,7 @@ class JsonFile final : public NodeSource {
       throw std::runtime_error(path_.toStdString() + ": " + e.what());
     }
     const bool single = !wasArray_ && saved.size() == 1;
-    saveAtomically(path_.toStdString(),
+    tool::saveAtomically(path_.toStdString(),
                    json::serialize(single ? saved.front() : boost::json::value(saved), {.indent = 2}) + "\n");
     stored_ = std::move(saved);
   }
