@@ -92,7 +92,9 @@ cmd_sanitize() {
 cmd_tsan() {
   deps
   local dir=$BUILD_ROOT/tsan
-  configure "$dir" -DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_BUILD_TYPE=Debug -DTELVOR_SANITIZE=thread
+  # The Qt module runs no tests here; leaving it out keeps the build short.
+  configure "$dir" -DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_BUILD_TYPE=Debug -DTELVOR_SANITIZE=thread \
+    -DTELVOR_BUILD_QT=OFF
   build "$dir"
   # The DCMTK companion's parallel-echo tests are left out: DCMTK's own dcmnet formats
   # into a static buffer, a race inside DCMTK that ThreadSanitizer reports in about one
@@ -120,9 +122,16 @@ cmd_install_check() {
     echo "install-check: the files above name the source or build tree" >&2
     exit 1
   fi
-  (cd "$prefix/include" && find telvor -name '*.hpp' | sort) |
+  (cd "$prefix/include" && find telvor -name '*.hpp' -not -path 'telvor/qt/*' | sort) |
     xargs -P "$JOBS" -I{} sh -c 'echo "#include <{}>" | '"${CXX:-g++}"' -std=c++20 -fsyntax-only \
       -Wall -Wextra -Wpedantic -Werror -I"'"$prefix"'/include" -x c++ - || { echo "  in {}" >&2; exit 255; }'
+  if [ -d "$prefix/include/telvor/qt" ]; then
+    local qtflags
+    qtflags=$(pkg-config --cflags Qt6Core Qt6Gui | sed 's/-I/-isystem /g')
+    (cd "$prefix/include" && find telvor/qt -name '*.hpp' | sort) |
+      xargs -P "$JOBS" -I{} sh -c 'echo "#include <{}>" | '"${CXX:-g++}"' -std=c++20 -fsyntax-only -fPIC \
+        -Wall -Wextra -Wpedantic -Werror -I"'"$prefix"'/include" '"$qtflags"' -x c++ - || { echo "  in {}" >&2; exit 255; }'
+  fi
 
   echo "find_package(Telvor):"
   cmake -S "$ROOT/examples/consumer" -B "$dir/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
@@ -134,6 +143,17 @@ cmd_install_check() {
   "${CXX:-g++}" -std=c++20 -o "$dir/telvor-consumer-pc" "$ROOT/examples/consumer/main.cpp" \
     $(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs telvor telvor-json telvor-plist)
   LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" "$dir/telvor-consumer-pc"
+
+  if [ -d "$prefix/include/telvor/qt" ]; then
+    echo "find_package(Telvor COMPONENTS qt) and pkg-config telvor-qt:"
+    cmake -S "$ROOT/examples/qt_consumer" -B "$dir/qt_consumer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+    build "$dir/qt_consumer" >/dev/null
+    LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" QT_QPA_PLATFORM=offscreen "$dir/qt_consumer/telvor-qt-consumer"
+    # shellcheck disable=SC2046
+    "${CXX:-g++}" -std=c++20 -fPIC -o "$dir/telvor-qt-consumer-pc" "$ROOT/examples/qt_consumer/main.cpp" \
+      $(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs telvor-qt)
+    LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" QT_QPA_PLATFORM=offscreen "$dir/telvor-qt-consumer-pc"
+  fi
 
   echo "FetchContent (add_subdirectory):"
   cmake -S "$ROOT/examples/consumer" -B "$dir/fetch" -G Ninja -DTELVOR_SOURCE_DIR="$ROOT" >/dev/null
@@ -159,7 +179,7 @@ cmd_bench() {
   local dir=$BUILD_ROOT/bench
   # The tool is built too: the benchmarks measure the peak memory of its conversions.
   configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}" -DCMAKE_BUILD_TYPE=Release -DTELVOR_BUILD_BENCH=ON \
-    -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=ON -DTELVOR_BUILD_DCMTK=OFF
+    -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=ON -DTELVOR_BUILD_DCMTK=OFF -DTELVOR_BUILD_QT=OFF
   build "$dir"
   "$dir/bench/telvor-bench" "$@"
 }
@@ -169,7 +189,8 @@ cmd_fuzz() {
   local seconds=${1:-30}
   local dir=$BUILD_ROOT/fuzz
   configure "$dir" -DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTELVOR_BUILD_FUZZ=ON \
-    -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=OFF -DTELVOR_BUILD_DCMTK=OFF -DBUILD_SHARED_LIBS=OFF
+    -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=OFF -DTELVOR_BUILD_DCMTK=OFF -DTELVOR_BUILD_QT=OFF \
+    -DBUILD_SHARED_LIBS=OFF
   build "$dir"
   FUZZ_BUILD=$dir "$ROOT/fuzz/run.sh" "$seconds"
 }

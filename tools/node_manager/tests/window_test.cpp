@@ -1,0 +1,276 @@
+// The node manager driven through its widgets, against real files, a real QSettings INI
+// file and a real storescp on loopback.
+#include <QAction>
+#include <QComboBox>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProcess>
+#include <QSettings>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <fstream>
+#include <sstream>
+
+#include "main_window.hpp"
+#include "telvor/json/json.hpp"
+#include "telvor/plist/plist.hpp"
+#include "telvor/qt/node_settings_store.hpp"
+#include "telvor/qt/vocabulary_model.hpp"
+#ifdef TELVOR_NODE_MANAGER_ECHO
+#include "testing/local_peers.hpp"
+#endif
+
+using telvor::DicomNode;
+using telvor::DicomNodeStatus;
+using telvor::PropertyDictionary;
+using telvor::PropertyValue;
+using telvor::RetrieveModeType;
+using telvor::node_manager::MainWindow;
+using telvor::qt::NodeTableModel;
+
+namespace {
+
+std::string readFile(const QString& path) {
+  std::ifstream in(path.toStdString(), std::ios::binary);
+  std::stringstream bytes;
+  bytes << in.rdbuf();
+  return bytes.str();
+}
+
+void writeFile(const QString& path, const std::string& bytes) {
+  std::ofstream(path.toStdString(), std::ios::binary) << bytes;
+}
+
+std::vector<PropertyDictionary> sampleDictionaries() {
+  return telvor::plist::parse(readFile(TELVOR_SOURCE_DIR "/examples/nodes.plist")).dictionaries;
+}
+
+enum class Kind { plist, json, settings };
+
+// The sample catalogue in one of the three stores, with another application's key on
+// the second node; the source that opens it.
+std::unique_ptr<telvor::node_manager::NodeSource> sampleSource(Kind kind, const QTemporaryDir& dir) {
+  std::vector<PropertyDictionary> dictionaries = sampleDictionaries();
+  dictionaries[1].setValue("org.example.note", PropertyValue::text("keep me"));
+  switch (kind) {
+    case Kind::plist: {
+      const QString path = dir.filePath("nodes.plist");
+      writeFile(path, telvor::plist::serialize(telvor::plist::PropertyListDocument{dictionaries, true}));
+      return telvor::node_manager::openCatalogueFile(path);
+    }
+    case Kind::json: {
+      boost::json::array array;
+      for (const auto& dictionary : dictionaries) array.push_back(telvor::json::toDocument(DicomNode(dictionary)));
+      array[1].as_object()["org.example.note"] = "keep me";
+      const QString path = dir.filePath("nodes.json");
+      writeFile(path, telvor::json::serialize(array));
+      return telvor::node_manager::openCatalogueFile(path);
+    }
+    case Kind::settings: {
+      const QString path = dir.filePath("viewer.ini");
+      {
+        QSettings settings(dir.filePath("written.ini"), QSettings::IniFormat);
+        telvor::qt::NodeSettingsStore store(settings, "DicomNodes");
+        for (const auto& dictionary : sampleDictionaries()) store.append(DicomNode(dictionary));
+        settings.setValue("DicomNodes/2/org.example.note", "keep me");
+      }
+      QFile::copy(dir.filePath("written.ini"), path);  // a fresh read, not QSettings' cache
+      return telvor::node_manager::openSettingsGroup(path, "DicomNodes");
+    }
+  }
+  return nullptr;
+}
+
+// Whether the first stored node (the second until the first was removed) still carries
+// the other application's key.
+bool noteKept(Kind kind, const QTemporaryDir& dir) {
+  switch (kind) {
+    case Kind::plist: {
+      const auto document = telvor::plist::parse(readFile(dir.filePath("nodes.plist")));
+      return document.dictionaries[0].readString("org.example.note") == "keep me";
+    }
+    case Kind::json: {
+      const QJsonArray array = QJsonDocument::fromJson(QByteArray::fromStdString(readFile(dir.filePath("nodes.json")))).array();
+      return array[0].toObject().value("org.example.note").toString() == "keep me";
+    }
+    case Kind::settings:
+      return QSettings(dir.filePath("viewer.ini"), QSettings::IniFormat).value("DicomNodes/1/org.example.note") ==
+             "keep me";
+  }
+  return false;
+}
+
+template <class T>
+T* child(MainWindow& window, const char* name) {
+  T* found = window.findChild<T*>(name);
+  if (found == nullptr) qFatal("no widget %s", name);
+  return found;
+}
+
+// Picks the retrieve mode with the given title in the form's picker, as a user would.
+void pickRetrieveMode(MainWindow& window, const QString& title) {
+  auto* picker = child<QComboBox>(window, "retrievePicker");
+  picker->setCurrentIndex(picker->findText(title));
+}
+
+}  // namespace
+
+class WindowTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  // Change the second node's retrieve mode in the picker, remove the first node, add one,
+  // save; reopen: the edit and the new node are there, the other application's key too.
+  void editAddRemoveSave_data() {
+    QTest::addColumn<int>("kind");
+    QTest::newRow("property list") << int(Kind::plist);
+    QTest::newRow("JSON") << int(Kind::json);
+    QTest::newRow("QSettings INI") << int(Kind::settings);
+  }
+  void editAddRemoveSave() {
+    QFETCH(int, kind);
+    QTemporaryDir dir;
+    MainWindow window;
+    QVERIFY2(window.open(sampleSource(Kind(kind), dir)), qPrintable(window.message()));
+    const std::size_t count = sampleDictionaries().size();
+    QCOMPARE(window.model().rowCount(), int(count));
+
+    auto* table = child<QTableView>(window, "nodeTable");
+    table->selectRow(1);
+    const DicomNode second = window.model().nodes()[1];
+    const QString newMode = second.retrieveMode == RetrieveModeType::cmove ? "CGET" : "CMOVE";
+    pickRetrieveMode(window, newMode);
+    QCOMPARE(window.model().index(1, NodeTableModel::retrieve).data().toString(), newMode);
+    QVERIFY(window.isWindowModified());
+
+    table->selectRow(0);
+    child<QAction>(window, "removeAction")->trigger();
+    child<QAction>(window, "addAction")->trigger();
+    child<QAction>(window, "saveAction")->trigger();
+    QVERIFY2(!window.isWindowModified(), qPrintable(window.message()));
+
+    QVERIFY(noteKept(Kind(kind), dir));
+    std::unique_ptr<telvor::node_manager::NodeSource> again =
+        Kind(kind) == Kind::settings ? telvor::node_manager::openSettingsGroup(dir.filePath("viewer.ini"), "DicomNodes")
+        : Kind(kind) == Kind::json   ? telvor::node_manager::openCatalogueFile(dir.filePath("nodes.json"))
+                                     : telvor::node_manager::openCatalogueFile(dir.filePath("nodes.plist"));
+    const std::vector<DicomNode> saved = again->load();
+    QCOMPARE(saved.size(), count);
+    QCOMPARE(saved[0].aetitle, second.aetitle);
+    QCOMPARE(QString::fromUtf8(telvor::title(saved[0].retrieveMode).data()), newMode);
+    QCOMPARE(saved.back().name, std::optional<std::string>("New node"));
+  }
+
+  // The tool reads what the window saved.
+  void toolReadsTheSavedFile() {
+    QTemporaryDir dir;
+    MainWindow window;
+    QVERIFY(window.open(sampleSource(Kind::plist, dir)));
+    child<QTableView>(window, "nodeTable")->selectRow(2);
+    pickRetrieveMode(window, "CMOVE");
+    child<QAction>(window, "saveAction")->trigger();
+    QProcess tool;
+    tool.start(TELVOR_NODES_TOOL, {"convert", "--to", "json", dir.filePath("nodes.plist")});
+    QVERIFY(tool.waitForFinished(30000));
+    QCOMPARE(tool.exitCode(), 0);
+    const QJsonArray nodes = QJsonDocument::fromJson(tool.readAllStandardOutput()).array();
+    QCOMPARE(nodes.size(), qsizetype(sampleDictionaries().size()));
+    QCOMPARE(nodes[2].toObject().value("retrieveMode").toInt(), 0);  // C-MOVE's code
+  }
+
+  // A refused edit leaves the node as it was and says why.
+  void formRefusesInvalidPort() {
+    QTemporaryDir dir;
+    MainWindow window;
+    QVERIFY(window.open(sampleSource(Kind::plist, dir)));
+    child<QTableView>(window, "nodeTable")->selectRow(0);
+    auto* port = child<QLineEdit>(window, "portEdit");
+    const QString before = port->text();
+    port->setText("99999");
+    emit port->editingFinished();
+    QCOMPARE(port->text(), before);
+    QCOMPARE(window.model().index(0, NodeTableModel::port).data().toString(), before);
+    QVERIFY2(window.message().contains("99999"), qPrintable(window.message()));
+    QVERIFY(!window.isWindowModified());
+  }
+
+  // A file that is not a catalogue: the window says which and why, and shows nothing.
+  void unreadableCatalogueIsReported() {
+    QTemporaryDir dir;
+    writeFile(dir.filePath("broken.plist"), "<plist><array><dict><key>Port</key></dict></array></plist>");
+    MainWindow window;
+    QVERIFY(!window.open(telvor::node_manager::openCatalogueFile(dir.filePath("broken.plist"))));
+    QVERIFY2(window.message().contains("broken.plist"), qPrintable(window.message()));
+    QCOMPARE(window.model().rowCount(), 0);
+  }
+
+  // Echo all against storescp on loopback and a port where nothing listens: the status
+  // cells change as the answers arrive, while the event loop keeps running.
+  void echoUpdatesStatusCells() {
+#ifndef TELVOR_NODE_MANAGER_ECHO
+    QSKIP("built without the DCMTK companion: no echo");
+#else
+    namespace peers = telvor::dcmtk::test_peers;
+    if (peers::findProgram("storescp").empty()) QSKIP("storescp is not installed");
+    peers::TempDir scratch;
+    peers::ServerProcess scp({peers::findProgram("storescp"), "-od", scratch.path().string()},
+                             scratch / "storescp.log");
+    QVERIFY(scp.ready());
+    QTemporaryDir dir;
+    std::vector<PropertyDictionary> dictionaries;
+    for (const auto& [name, port] : {std::pair{"Listening", scp.port()}, std::pair{"Silent", peers::freePort()}}) {
+      DicomNode node(port);
+      node.name = name;
+      node.aetitle = "STORESCP";
+      node.address = "127.0.0.1";
+      dictionaries.push_back(*node.toDictionary());
+    }
+    writeFile(dir.filePath("local.plist"), telvor::plist::serialize(telvor::plist::PropertyListDocument{dictionaries, true}));
+    MainWindow window;
+    window.echoRunner().setTimeout(std::chrono::seconds(5));
+    QVERIFY(window.open(telvor::node_manager::openCatalogueFile(dir.filePath("local.plist"))));
+    child<QAction>(window, "echoAction")->trigger();
+    QCOMPARE(window.model().index(0, NodeTableModel::status).data().toString(), QString("unknown"));
+    QTRY_COMPARE_WITH_TIMEOUT(window.model().index(0, NodeTableModel::status).data().toString(), QString("online"),
+                              20000);
+    QTRY_COMPARE_WITH_TIMEOUT(window.model().index(1, NodeTableModel::status).data().toString(), QString("offline"),
+                              20000);
+    QVERIFY(!window.model().index(1, NodeTableModel::status).data(Qt::ToolTipRole).toString().isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(!window.echoRunner().running(), 20000);
+    QVERIFY(!window.isWindowModified());  // statuses are not stored
+#endif
+  }
+
+  // The window with the sample catalogue and a mix of statuses, as a picture.
+  void screenshot() {
+    QTemporaryDir dir;
+    MainWindow window;
+    QVERIFY(window.open(sampleSource(Kind::plist, dir)));
+    NodeTableModel& model = window.model();
+    const std::array statuses{DicomNodeStatus::accessable(),
+                              DicomNodeStatus::inaccessible("Connection to 198.51.100.7:11112 refused"),
+                              DicomNodeStatus::accessable(), DicomNodeStatus::unknown("Not checked yet"),
+                              DicomNodeStatus::inaccessible("No answer within 5 s"), DicomNodeStatus::accessable(),
+                              DicomNodeStatus::unknown("")};
+    for (int row = 0; row < model.rowCount(); ++row)
+      model.setStatus(row, statuses[static_cast<std::size_t>(row) % statuses.size()]);
+    child<QTableView>(window, "nodeTable")->selectRow(1);
+    child<QTableView>(window, "nodeTable")->resizeColumnsToContents();
+    window.resize(1340, 330);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const QImage picture = window.grab().toImage();
+    QVERIFY(!picture.isNull());
+    const QString path = TELVOR_SCREENSHOT_DIR "/node-manager.png";
+    QVERIFY(picture.save(path));
+    qInfo("screenshot: %s", qPrintable(path));
+  }
+};
+
+QTEST_MAIN(WindowTest)
+#include "window_test.moc"
