@@ -6,6 +6,7 @@
 
 #include "commands.hpp"
 #include "options.hpp"
+#include "peers_commands.hpp"
 #include "tool_error.hpp"
 
 int main(int argc, char** argv) {
@@ -17,6 +18,10 @@ int main(int argc, char** argv) {
       case Command::convert: return runConvert(options);
       case Command::check: return runCheck(options);
       case Command::echo: return runEcho(options);
+      case Command::import_:
+        return runImport({options.peerFormat, *options.input, options.output, options.replaceMatching, options.strict});
+      case Command::export_:
+        return runExport({options.peerFormat, *options.input, options.output, options.select, options.strict});
       case Command::version: return runVersion();
     }
   } catch (const UsageError& e) {

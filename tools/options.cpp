@@ -15,8 +15,12 @@ struct Named {
   T value;
 };
 
-constexpr std::array<Named<Command>, 4> kCommands{{
-    {"list", Command::list}, {"convert", Command::convert}, {"check", Command::check}, {"echo", Command::echo}}};
+constexpr std::array<Named<Command>, 6> kCommands{{{"list", Command::list},
+                                                  {"convert", Command::convert},
+                                                  {"check", Command::check},
+                                                  {"echo", Command::echo},
+                                                  {"import", Command::import_},
+                                                  {"export", Command::export_}}};
 constexpr std::array<Named<Format>, 2> kFormats{{{"plist", Format::plist}, {"json", Format::json}}};
 constexpr std::array<Named<RecordType>, 4> kTypes{
     {{"node", RecordType::node}, {"tls", RecordType::tls}, {"wado", RecordType::wado}, {"status", RecordType::status}}};
@@ -42,7 +46,8 @@ T number(std::string_view text, std::string_view option) {
 const char* usageLine() noexcept {
   return "usage: telvor-nodes list [FILE] | convert [--type node|tls|wado|status] [--from plist|json] "
          "[--to plist|json] [--binary] [IN|-] [-o OUT] | check [FILE] | echo [FILE] [--aet CALLING] "
-         "[--timeout SECONDS] [--jobs N] | --version";
+         "[--timeout SECONDS] [--jobs N] | import --from FORMAT SOURCE [-o CATALOGUE] [--replace-matching] "
+         "[--strict] | export --to FORMAT CATALOGUE [-o OUT] [--select NODE]... [--strict] | --version";
 }
 
 const char* helpText() noexcept {
@@ -56,10 +61,21 @@ const char* helpText() noexcept {
          "  telvor-nodes check [FILE]     the problems that would stop each node from working\n"
          "  telvor-nodes echo [FILE] [--aet CALLING] [--timeout SECONDS] [--jobs N]\n"
          "                                DICOM C-ECHO every node (when built with DCMTK)\n"
+         "  telvor-nodes import --from FORMAT SOURCE [-o CATALOGUE] [--replace-matching] [--strict]\n"
+         "                                another system's peer list into CATALOGUE (appended; created when\n"
+         "                                missing; printed without -o); --replace-matching updates the\n"
+         "                                nodes with the same AE title, address and port\n"
+         "  telvor-nodes export --to FORMAT CATALOGUE [-o OUT] [--select NODE]... [--strict]\n"
+         "                                the catalogue (or the nodes named, by name, AE title or position)\n"
+         "                                in another system's format\n"
+         "                                FORMAT: orthanc, weasis, dcmtk-qr, dcmtk-pstat (DCMTK builds)\n"
+         "                                Every field the other side cannot hold is reported on standard\n"
+         "                                error; --strict makes any such loss a failure\n"
          "  telvor-nodes --version\n"
          "\n"
          "A file holds one record or an array of records. Exit status: 0 success, 1 the input\n"
-         "failed (one line: KIND at PATH: DESCRIPTION), 2 unusable options or files.\n";
+         "failed (one line: KIND at PATH: DESCRIPTION) or, for import/export, --strict found a loss,\n"
+         "2 unusable options or files, 3 damaged import input (nothing written).\n";
 }
 
 std::optional<Format> formatOfPath(const std::string& path) {
@@ -82,6 +98,8 @@ Options parseOptions(const std::vector<std::string>& args) {
   options.command = lookup(kCommands, args[0], "command");
   const bool converting = options.command == Command::convert;
   const bool echoing = options.command == Command::echo;
+  const bool importing = options.command == Command::import_;
+  const bool exporting = options.command == Command::export_;
   for (std::size_t i = 1; i < args.size(); ++i) {
     const std::string& arg = args[i];
     const auto value = [&]() -> const std::string& {
@@ -93,6 +111,12 @@ Options parseOptions(const std::vector<std::string>& args) {
     else if (converting && arg == "--to") options.to = lookup(kFormats, value(), "format");
     else if (converting && arg == "--binary") options.binary = true;
     else if (converting && arg == "-o") options.output = value();
+    else if (importing && arg == "--from") options.peerFormat = value();
+    else if (exporting && arg == "--to") options.peerFormat = value();
+    else if ((importing || exporting) && arg == "-o") options.output = value();
+    else if ((importing || exporting) && arg == "--strict") options.strict = true;
+    else if (importing && arg == "--replace-matching") options.replaceMatching = true;
+    else if (exporting && arg == "--select") options.select.push_back(value());
     else if (echoing && arg == "--aet") options.callingAeTitle = value();
     else if (echoing && arg == "--timeout") options.timeoutSeconds = number<double>(value(), arg);
     else if (echoing && arg == "--jobs") options.jobs = number<unsigned>(value(), arg);
@@ -100,6 +124,10 @@ Options parseOptions(const std::vector<std::string>& args) {
     else if (options.input) throw UsageError("only one input file is taken");
     else options.input = arg;
   }
+  if ((importing || exporting) && options.peerFormat.empty())
+    throw UsageError(importing ? "import needs --from FORMAT" : "export needs --to FORMAT");
+  if ((importing || exporting) && !options.input)
+    throw UsageError(importing ? "import needs the file to read" : "export needs the catalogue");
   if (options.type == RecordType::status &&
       (options.from == Format::plist || options.to == Format::plist))
     throw UsageError("statuses exist only as JSON");

@@ -7,7 +7,7 @@
 
 namespace telvor::tool {
 
-enum class Command { list, convert, check, echo, version };
+enum class Command { list, convert, check, echo, import_, export_, version };
 enum class Format { plist, json };
 enum class RecordType { node, tls, wado, status };
 
@@ -23,6 +23,11 @@ struct Options {
   std::string callingAeTitle = "TELVOR";
   double timeoutSeconds = 5;
   unsigned jobs = 4;
+  // import and export (other systems' peer lists)
+  std::string peerFormat;
+  bool replaceMatching = false;
+  bool strict = false;
+  std::vector<std::string> select;
 };
 
 // The one-line usage text.
