@@ -96,7 +96,8 @@ struct ModalityReader {
         if (const std::string aet = text(value, key); !aet.empty())
           lose("LocalAet", '"' + aet + '"', "not kept (the calling AE title is the application's)");
       } else if (key == "Timeout") {
-        if (!value.is_int64() && !value.is_uint64()) fail("Timeout must be a whole number of seconds");
+        if (!value.is_uint64() && !(value.is_int64() && value.get_int64() >= 0))
+          fail("Timeout must be a whole number of seconds");
         if (json::serialize(value) != "0") lose("Timeout", json::serialize(value) + " s", "not kept (no field for it)");
       } else if (key == "RetrieveMethod") {
         const std::string method = text(value, key);

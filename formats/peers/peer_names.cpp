@@ -9,11 +9,12 @@ std::string UniqueNames::claim(const std::string& wanted) {
 }
 
 bool portInRange(std::string_view port, long low, long high, long* value) noexcept {
-  if (port.empty() || port.size() > 5) return false;
+  if (port.empty()) return false;
   long number = 0;
   for (char c : port) {
     if (c < '0' || c > '9') return false;
     number = number * 10 + (c - '0');
+    if (number > high) return false;
   }
   if (number < low || number > high) return false;
   if (value) *value = number;

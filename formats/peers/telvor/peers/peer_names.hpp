@@ -44,7 +44,8 @@ std::string keepOnly(std::string_view text, Allowed allowed, char replacement) {
   return out;
 }
 
-// The port text as a number when it is only ASCII digits (at most 5) within [low, high].
+// Whether the port text is only ASCII digits (leading zeros allowed) naming a number in
+// [low, high]; the number goes to `value`.
 TELVOR_PEERS_API bool portInRange(std::string_view port, long low, long high, long* value = nullptr) noexcept;
 
 // The number of characters of UTF-8 `text` (bytes that do not continue a character).
