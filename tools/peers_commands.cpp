@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <iostream>
@@ -149,7 +150,12 @@ int runExport(const ExportRequest& request) {
   try {
     out = format.write(nodes);
   } catch (const peers::PeerFormatError& e) {
-    std::cerr << "telvor-nodes: " << request.catalogue << ": " << e.what() << " (nothing written)\n";
+    // The exporter counts the nodes it was given; name the node by its catalogue position.
+    std::string message = e.what();
+    std::size_t k = 0;
+    if (std::sscanf(e.place().c_str(), "node %zu", &k) == 1 && k >= 1 && k <= positions.size())
+      message.replace(0, 5 + std::to_string(k).size(), "node " + std::to_string(positions[k - 1]));
+    std::cerr << "telvor-nodes: " << request.catalogue << ": " << message << " (nothing written)\n";
     return kLost;
   }
   for (auto& loss : out.losses) loss.position = positions[loss.position - 1];

@@ -89,6 +89,14 @@ TEST_F(PeersCommands, StrictTurnsAnyLossIntoStatusOneAndWritesNothing) {
   EXPECT_NE(strictExport.err.find("retrieveMode: CMOVE -> reads back as CGET"), std::string::npos) << strictExport.err;
   EXPECT_FALSE(fs::exists(dir_ / "nodes.xml"));
 
+  // A node the format cannot hold is named by its catalogue position, even within a selection.
+  write("wide.json", R"({ "DicomModalities" : { "a" : ["A", "h", 1], "wide" : ["SEVENTEEN_CHARS_X", "h", 2] } })");
+  ASSERT_EQ(run("import --from orthanc '" + path("wide.json") + "' -o '" + path("c.plist") + "'").status, 0);
+  const auto unwritable = run("export --to weasis '" + path("c.plist") + "' --select wide -o '" + path("w.xml") + "'");
+  EXPECT_EQ(unwritable.status, 1);
+  EXPECT_NE(unwritable.err.find(": node 4 \"wide\": the AE title must have 1 to 16"), std::string::npos) << unwritable.err;
+  EXPECT_FALSE(fs::exists(dir_ / "w.xml"));
+
   const auto unknown = run("export --to ctk-someday '" + path("c.plist") + "'");
   EXPECT_EQ(unknown.status, 2);
   EXPECT_NE(unknown.err.find("this build offers orthanc"), std::string::npos) << unknown.err;
