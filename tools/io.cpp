@@ -1,36 +1,29 @@
 #include "io.hpp"
 
-#include <fstream>
-#include <iostream>
-#include <iterator>
-#include <sstream>
-
+#include "support/atomic_save.hpp"
+#include "support/bounded_input.hpp"
+#include "support/checked_output.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
 
-std::string readInput(const std::string& path) {
-  if (path == "-") {
-    std::ostringstream bytes;
-    bytes << std::cin.rdbuf();
-    return bytes.str();
+std::string readInput(const std::string& path, std::uint64_t limit) {
+  try {
+    return readBounded(path, limit);
+  } catch (const ReadError& e) {
+    if (e.tooLarge()) throw FileError(std::string(e.what()) + " (raise it with --max-input-size BYTES)");
+    throw FileError(e.what());
   }
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw UsageError("cannot read \"" + path + "\"");
-  std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (file.bad()) throw UsageError("cannot read \"" + path + "\"");
-  return bytes;
 }
 
-void writeOutput(const std::optional<std::string>& path, std::string_view bytes) {
-  if (!path || *path == "-") {
-    std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    std::cout.flush();
-    return;
+void writeOutput(const std::optional<std::string>& path, std::string_view bytes, bool followSymlinks) {
+  if (!path || *path == "-") return writeStandardOutput(bytes);
+  try {
+    saveAtomically(*path, bytes, {.followSymlinks = followSymlinks});
+  } catch (const SaveError& e) {
+    if (e.isSymbolicLink()) throw FileError(std::string(e.what()) + " (--follow-symlinks replaces the file it points to)");
+    throw FileError(e.what());
   }
-  std::ofstream file(*path, std::ios::binary | std::ios::trunc);
-  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (!file.flush()) throw UsageError("cannot write \"" + *path + "\"");
 }
 
 Format inputFormat(const std::optional<Format>& from, const std::string& path, std::string_view bytes) {

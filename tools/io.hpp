@@ -1,6 +1,7 @@
 // Reading the tool's input and writing its output.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,13 +10,15 @@
 
 namespace telvor::tool {
 
-// The bytes of `path` ("-": standard input). Throws UsageError when it cannot be read.
-std::string readInput(const std::string& path);
+// The bytes of `path` ("-": standard input), at most `limit` of them. Throws FileError
+// ("PATH: REASON") when it cannot be read or is larger.
+std::string readInput(const std::string& path, std::uint64_t limit);
 
-// Writes `bytes` to `path`, or to standard output when absent. Throws UsageError when the
-// file cannot be written. Called only once the whole output is ready, so a failing input
-// never leaves a partial file behind.
-void writeOutput(const std::optional<std::string>& path, std::string_view bytes);
+// Saves `bytes` atomically to `path` (see support/atomic_save.hpp), or writes them to
+// standard output when absent or "-". Throws FileError when the file cannot be saved and
+// OutputError when standard output fails. Called only once the whole output is ready, so a
+// failing input never leaves a partial file behind.
+void writeOutput(const std::optional<std::string>& path, std::string_view bytes, bool followSymlinks = false);
 
 // The input format: --from, else the path's extension, else what the bytes look like.
 Format inputFormat(const std::optional<Format>& from, const std::string& path, std::string_view bytes);

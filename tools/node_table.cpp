@@ -3,6 +3,8 @@
 #include <array>
 #include <functional>
 
+#include "support/terminal_text.hpp"
+
 namespace telvor::tool {
 namespace {
 
@@ -16,7 +18,7 @@ std::string tlsCell(const DicomNode& n) {
 }
 
 std::string wadoCell(const DicomNode& n) {
-  std::string cell = orDash(n.wadoSettings.url);
+  std::string cell = n.wadoSettings.url ? maskUrlPassword(*n.wadoSettings.url) : "-";
   if (n.wadoSettings.https) cell += " https";
   return cell;
 }
@@ -40,14 +42,6 @@ const std::array<Column, 8>& columns() {
   return table;
 }
 
-// The width a terminal gives the text: one column per code point (no wide-character
-// handling; node catalogues are overwhelmingly Latin).
-std::size_t displayWidth(const std::string& text) {
-  std::size_t width = 0;
-  for (const char c : text) width += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-  return width;
-}
-
 }  // namespace
 
 std::string formatNodeTable(const std::vector<DicomNode>& nodes) {
@@ -58,7 +52,7 @@ std::string formatNodeTable(const std::vector<DicomNode>& nodes) {
   rows.push_back(header);
   for (const auto& node : nodes) {
     std::array<std::string, 8> row;
-    for (std::size_t c = 0; c < cols.size(); ++c) row[c] = cols[c].cell(node);
+    for (std::size_t c = 0; c < cols.size(); ++c) row[c] = terminalCell(cols[c].cell(node), kMaxCellWidth);
     rows.push_back(std::move(row));
   }
   std::array<std::size_t, 8> widths{};

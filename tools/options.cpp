@@ -45,9 +45,10 @@ T number(std::string_view text, std::string_view option) {
 
 const char* usageLine() noexcept {
   return "usage: telvor-nodes list [FILE] | convert [--type node|tls|wado|status] [--from plist|json] "
-         "[--to plist|json] [--binary] [IN|-] [-o OUT] | check [FILE] | echo [FILE] [--aet CALLING] "
-         "[--timeout SECONDS] [--jobs N] | import --from FORMAT SOURCE [-o CATALOGUE] [--replace-matching] "
-         "[--strict] | export --to FORMAT CATALOGUE [-o OUT] [--select NODE]... [--strict] | --version";
+         "[--to plist|json] [--binary] [IN|-] [-o OUT [--follow-symlinks]] | check [FILE] | echo [FILE] "
+         "[--aet CALLING] [--timeout SECONDS] [--jobs N] | import --from FORMAT SOURCE [-o CATALOGUE] "
+         "[--replace-matching] [--strict] | export --to FORMAT CATALOGUE [-o OUT] [--select NODE]... [--strict] "
+         "| --version; any reading command: [--max-input-size BYTES]";
 }
 
 const char* helpText() noexcept {
@@ -55,9 +56,12 @@ const char* helpText() noexcept {
          "\n"
          "  telvor-nodes list [FILE]      table of the nodes in FILE (default: the bundled sample catalogue)\n"
          "  telvor-nodes convert [--type node|tls|wado|status] [--from plist|json] [--to plist|json]\n"
-         "                      [--binary] [IN|-] [-o OUT]\n"
+         "                      [--binary] [IN|-] [-o OUT [--follow-symlinks]]\n"
          "                                between the dictionary form (.plist, XML or binary) and the\n"
-         "                                coded form (.json); the default output format is the other one\n"
+         "                                coded form (.json); the default output format is the other one.\n"
+         "                                OUT is replaced atomically (a new file gets mode 0600, a replaced\n"
+         "                                one keeps its mode); a symbolic link is replaced only with\n"
+         "                                --follow-symlinks, and then its target is\n"
          "  telvor-nodes check [FILE]     the problems that would stop each node from working\n"
          "  telvor-nodes echo [FILE] [--aet CALLING] [--timeout SECONDS] [--jobs N]\n"
          "                                DICOM C-ECHO every node (when built with DCMTK)\n"
@@ -72,6 +76,8 @@ const char* helpText() noexcept {
          "                                Every field the other side cannot hold is reported on standard\n"
          "                                error; --strict makes any such loss a failure\n"
          "  telvor-nodes --version\n"
+         "\n"
+         "  --max-input-size BYTES        refuse larger inputs unread (default 268435456, 256 MiB)\n"
          "\n"
          "A file holds one record or an array of records. Exit status: 0 success, 1 the input\n"
          "failed (one line: KIND at PATH: DESCRIPTION) or, for import/export, --strict found a loss,\n"
@@ -111,6 +117,9 @@ Options parseOptions(const std::vector<std::string>& args) {
     else if (converting && arg == "--to") options.to = lookup(kFormats, value(), "format");
     else if (converting && arg == "--binary") options.binary = true;
     else if (converting && arg == "-o") options.output = value();
+    else if (converting && arg == "--follow-symlinks") options.followSymlinks = true;
+    else if (options.command != Command::version && arg == "--max-input-size")
+      options.maxInputBytes = number<std::uint64_t>(value(), arg);
     else if (importing && arg == "--from") options.peerFormat = value();
     else if (exporting && arg == "--to") options.peerFormat = value();
     else if ((importing || exporting) && arg == "-o") options.output = value();

@@ -1,6 +1,7 @@
 // Command-line options of telvor-nodes.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +20,8 @@ struct Options {
   bool binary = false;
   std::optional<std::string> input;   // a path, or "-" for standard input
   std::optional<std::string> output;  // a path; standard output when absent
+  bool followSymlinks = false;        // -o may name a symbolic link, whose target is replaced
+  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;  // larger inputs are refused unread
   // echo only
   std::string callingAeTitle = "TELVOR";
   double timeoutSeconds = 5;

@@ -1,18 +1,13 @@
 #include "peers_commands.hpp"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 
 #include "io.hpp"
 #include "peer_formats.hpp"
 #include "plist_io.hpp"
+#include "support/terminal_text.hpp"
 #include "telvor/node/dictionary_edit.hpp"
 #include "tool_error.hpp"
 
@@ -22,39 +17,14 @@ namespace {
 constexpr int kDone = 0, kLost = 1, kDamaged = 3;
 
 void reportLosses(const std::string& where, const std::vector<peers::PeerLoss>& losses) {
-  for (const auto& loss : losses) std::cerr << "telvor-nodes: " << where << ": " << peers::describe(loss) << '\n';
+  // Losses quote other systems' text: escaped, never raw.
+  for (const auto& loss : losses)
+    std::cerr << "telvor-nodes: " << escapeForTerminal(where + ": " + peers::describe(loss)) << '\n';
 }
 
 int damaged(const std::string& where, const std::string& message) {
-  std::cerr << "telvor-nodes: " << where << ": " << message << " (nothing written)\n";
+  std::cerr << "telvor-nodes: " << escapeForTerminal(where + ": " + message) << " (nothing written)\n";
   return kDamaged;
-}
-
-// Writes beside `path` and renames over it, so a failure leaves the old file whole.
-void saveWhole(const std::string& path, std::string_view bytes) {
-  const std::filesystem::path target(path);
-  std::string temp = (target.parent_path() / ("." + target.filename().string() + ".XXXXXX")).string();
-  if (target.parent_path().empty()) temp = "." + target.filename().string() + ".XXXXXX";
-  const int fd = mkstemp(temp.data());
-  if (fd < 0) throw UsageError("cannot write beside \"" + path + "\": " + std::strerror(errno));
-  bool ok = true;
-  for (std::size_t done = 0; ok && done < bytes.size();) {
-    const ssize_t n = write(fd, bytes.data() + done, bytes.size() - done);
-    ok = n > 0;
-    if (ok) done += static_cast<std::size_t>(n);
-  }
-  ok = ok && fchmod(fd, 0644) == 0 && fsync(fd) == 0;
-  ok = close(fd) == 0 && ok;
-  if (!ok || std::rename(temp.c_str(), path.c_str()) != 0) {
-    const std::string why = std::strerror(errno);
-    std::remove(temp.c_str());
-    throw UsageError("cannot write \"" + path + "\": " + why);
-  }
-}
-
-void writeResult(const std::optional<std::string>& path, std::string_view bytes) {
-  if (path && *path != "-") saveWhole(*path, bytes);
-  else writeOutput(std::nullopt, bytes);
 }
 
 bool samePeer(const DicomNode& a, const DicomNode& b) {
@@ -72,7 +42,7 @@ bool selected(const DicomNode& node, std::size_t position, const std::vector<std
 
 int runImport(const ImportRequest& request) {
   const PeerFormat& format = peerFormat(request.format);
-  const std::string text = readInput(request.source);
+  const std::string text = readInput(request.source, request.maxInputBytes);
   peers::PeerList list;
   try {
     list = format.read(text);
@@ -83,7 +53,7 @@ int runImport(const ImportRequest& request) {
   DictionaryList catalogue{{}, true};
   if (request.catalogue && std::filesystem::exists(*request.catalogue)) {
     try {
-      catalogue = readPlist(readInput(*request.catalogue));
+      catalogue = readPlist(readInput(*request.catalogue, request.maxInputBytes));
     } catch (const InputError& e) {
       return damaged(*request.catalogue, e.what());
     }
@@ -122,9 +92,9 @@ int runImport(const ImportRequest& request) {
     std::cerr << "telvor-nodes: --strict: " << losses.size() << " loss(es); nothing written\n";
     return kLost;
   }
-  writeResult(request.catalogue, writePlist(catalogue, false));
+  writeOutput(request.catalogue, writePlist(catalogue, false));
   if (request.catalogue)
-    std::cerr << "telvor-nodes: " << *request.catalogue << ": " << imported << " node(s) added, " << updated
+    std::cerr << "telvor-nodes: " << escapeForTerminal(*request.catalogue) << ": " << imported << " node(s) added, " << updated
               << " updated\n";
   return kDone;
 }
@@ -133,7 +103,7 @@ int runExport(const ExportRequest& request) {
   const PeerFormat& format = peerFormat(request.format);
   DictionaryList catalogue;
   try {
-    catalogue = readPlist(readInput(request.catalogue));
+    catalogue = readPlist(readInput(request.catalogue, request.maxInputBytes));
   } catch (const InputError& e) {
     return damaged(request.catalogue, e.what());
   }
@@ -155,7 +125,7 @@ int runExport(const ExportRequest& request) {
     std::size_t k = 0;
     if (std::sscanf(e.place().c_str(), "node %zu", &k) == 1 && k >= 1 && k <= positions.size())
       message.replace(0, 5 + std::to_string(k).size(), "node " + std::to_string(positions[k - 1]));
-    std::cerr << "telvor-nodes: " << request.catalogue << ": " << message << " (nothing written)\n";
+    std::cerr << "telvor-nodes: " << escapeForTerminal(request.catalogue + ": " + message) << " (nothing written)\n";
     return kLost;
   }
   for (auto& loss : out.losses) loss.position = positions[loss.position - 1];
@@ -164,7 +134,7 @@ int runExport(const ExportRequest& request) {
     std::cerr << "telvor-nodes: --strict: " << out.losses.size() << " loss(es); nothing written\n";
     return kLost;
   }
-  writeResult(request.output, out.text);
+  writeOutput(request.output, out.text);
   return kDone;
 }
 

@@ -4,6 +4,7 @@
 // (nothing written). Losses go to standard error, one line per field per node.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,6 +17,7 @@ struct ImportRequest {
   std::optional<std::string> catalogue;  // -o: appended to (created when missing); else printed
   bool replaceMatching = false;          // update the nodes with the same AE title, address and port
   bool strict = false;                   // any loss fails
+  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;  // larger inputs are refused unread
 };
 
 struct ExportRequest {
@@ -24,6 +26,7 @@ struct ExportRequest {
   std::optional<std::string> output;     // -o; standard output when absent
   std::vector<std::string> select;       // names, AE titles or positions (from 1); all when empty
   bool strict = false;
+  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;
 };
 
 int runImport(const ImportRequest& request);

@@ -1,0 +1,41 @@
+// Reading a whole input (a file, a pipe, a device, standard input) with a size limit, so
+// that `/dev/zero` or a runaway pipe is refused instead of filling memory.
+//
+//   try {
+//     const std::string bytes = readBounded("nodes.plist");       // up to 256 MiB
+//     const std::string piped = readBounded("-", 1 << 20);         // standard input, 1 MiB
+//   } catch (const ReadError& e) {
+//     std::cerr << e.what() << '\n';  // "nodes.plist: Is a directory"
+//   }
+#pragma once
+
+#include <cerrno>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+namespace telvor::tool {
+
+inline constexpr std::uint64_t kDefaultInputLimit = std::uint64_t{256} << 20;
+
+// Why an input could not be read. what() is one line, "PATH: REASON" ("standard input"
+// for "-"), REASON being the system's description of errorNumber(), or the size limit.
+class ReadError : public std::runtime_error {
+ public:
+  ReadError(std::string path, int errorNumber, const std::string& reason);
+
+  const std::string& path() const noexcept { return path_; }
+  int errorNumber() const noexcept { return errorNumber_; }  // EFBIG when above the limit
+  bool tooLarge() const noexcept { return errorNumber_ == EFBIG; }
+
+ private:
+  std::string path_;
+  int errorNumber_;
+};
+
+// All bytes of `path` ("-": standard input). A regular file larger than `limit` is refused
+// before reading; anything else (pipe, device) is read in chunks and refused as soon as it
+// passes `limit`. A directory, a missing or an unreadable path throws ReadError.
+std::string readBounded(const std::string& path, std::uint64_t limit = kDefaultInputLimit);
+
+}  // namespace telvor::tool
