@@ -99,6 +99,28 @@ foreach(_telvor_format IN ITEMS json plist dcmtk qt)
   endif()
 endforeach()
 
+# Other systems' peer lists, and the DCMTK configuration-file readers built on them (their
+# headers sit beside the companion's, under telvor/dcmtk/).
+foreach(_telvor_peers IN ITEMS peers dcmtk_peers)
+  if(TARGET telvor_${_telvor_peers})
+    if(_telvor_peers STREQUAL "peers")
+      set(_folder formats/peers/telvor/peers)
+      set(_dir peers)
+      set(_set TelvorPeersTargets)
+    else()
+      set(_folder companions/dcmtk/peers/telvor/dcmtk)
+      set(_dir dcmtk)
+      set(_set TelvorDcmtkPeersTargets)
+    endif()
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/${_folder}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/telvor/${_dir}
+      COMPONENT Telvor_Development FILES_MATCHING PATTERN "*.hpp" PATTERN "*_test*" EXCLUDE)
+    install(FILES ${_telvor_generated}/${_dir}/telvor_${_telvor_peers}_export.hpp
+      DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/telvor/${_dir} COMPONENT Telvor_Development)
+    telvor_install_target(telvor_${_telvor_peers} ${_set})
+    list(APPEND TELVOR_INSTALLED_COMPONENTS ${_telvor_peers})
+  endif()
+endforeach()
+
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/install/TelvorConfig.cmake.in
   ${PROJECT_BINARY_DIR}/TelvorConfig.cmake
   INSTALL_DESTINATION ${TELVOR_CMAKE_DIR})

@@ -1,0 +1,158 @@
+#include "telvor/dcmtk/dcmpstat_communication.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace telvor::dcmtk {
+namespace {
+
+using peers::PeerFormatError;
+
+TlsSettings tls(bool enabled, TLSSecurityProfile profile, bool verify, bool certificate) {
+  TlsSettings t;
+  t.isEnabled = enabled;
+  t.securityProfile = profile;
+  t.verifyPeerCertificate = verify;
+  t.authenticateWithCertificate = certificate;
+  return t;
+}
+
+constexpr const char* kSample = R"([[GENERAL]]
+[NETWORK]
+AETitle = OUR_AE
+
+[[COMMUNICATION]]
+[ARCHIVE]
+Type = STORAGE
+Description = Long-term archive
+Aetitle = LTA_MAIN
+Hostname = lta.hospital.lan
+Port = 11112
+UseTLS = true
+TLSProfile = BCP195
+PeerAuthentication = VERIFY
+Certificate = reader.pem
+PrivateKey = reader.key
+PrivateKeyPassword = s3cret
+MaxPDU = 32768
+
+[Main PACS]
+aetitle = pacs
+hostname = 10.0.0.5
+port = 104
+implicitonly = yes
+
+[RECEIVER]
+Type = RECEIVER
+Aetitle = OUR_AE
+Port = 10004
+
+[PRINT]
+Type = PRINTER
+Aetitle = PRINTSCP
+)";
+
+TEST(DcmpstatCommunication, ImportsStorageTargetsAsDcmtkReadsThem) {
+  const auto list = importDcmpstatCommunication(kSample);
+  ASSERT_EQ(list.nodes.size(), 2u);
+  const DicomNode& archive = list.nodes[0];
+  EXPECT_EQ(archive.name, "Long-term archive");
+  EXPECT_EQ(archive.aetitle, "LTA_MAIN");
+  EXPECT_EQ(archive.port, "11112");
+  ASSERT_TRUE(archive.tlsSettings);
+  EXPECT_EQ(*archive.tlsSettings, tls(true, TLSSecurityProfile::profile3, true, true));
+  const DicomNode& pacs = list.nodes[1];
+  EXPECT_EQ(pacs.name, "MAINPACS");  // the ID as DCMTK makes it: upper case, the space dropped
+  EXPECT_EQ(pacs.aetitle, "pacs");   // values keep their case
+  EXPECT_EQ(pacs.transferSyntax, TransferSyntax::EXS_LittleEndianImplicit);
+  EXPECT_EQ(*pacs.tlsSettings, TlsSettings());
+
+  std::vector<std::string> losses;
+  for (const auto& loss : list.losses) losses.push_back(describe(loss));
+  EXPECT_EQ(losses, (std::vector<std::string>{
+                        "node 1 \"Long-term archive\": PRIVATEKEYPASSWORD: (set, not shown) -> not kept (no field for it)",
+                        "node 1 \"Long-term archive\": MAXPDU: \"32768\" -> not kept (no field for it)",
+                        "node 1 \"Long-term archive\": CERTIFICATE: \"reader.pem\" -> file name not kept",
+                        "node 1 \"Long-term archive\": PRIVATEKEY: \"reader.key\" -> file name not kept",
+                        "node 3 \"RECEIVER\": node: Type RECEIVER -> skipped (a local service, not a peer)",
+                        "node 4 \"PRINT\": node: Type PRINTER -> skipped (a printer, not a storage peer)"}));
+}
+
+TEST(DcmpstatCommunication, TlsDefaultsAreDcmtksAndUnknownProfilesAreRefused) {
+  const auto defaults = importDcmpstatCommunication("[[COMMUNICATION]]\n[A]\nAetitle = A\nUseTLS = on\n");
+  EXPECT_EQ(*defaults.nodes.at(0).tlsSettings, tls(true, TLSSecurityProfile::profile3, true, false));
+  const auto null = importDcmpstatCommunication("[[COMMUNICATION]]\n[A]\nUseTLS = true\nTLSProfile = NULL\n");
+  EXPECT_EQ(null.losses.at(0).field, "TLSProfile");
+
+  const std::pair<const char*, const char*> damaged[] = {
+      {"[[COMMUNICATION]]\n[A]\nUseTLS = true\nTLSProfile = bcp195\n", "[A]"},  // names are exact case
+      {"[[GENERAL]]\n[NETWORK]\nAETitle = X\n", "[[COMMUNICATION]]"},
+      {"", "line 1"},
+  };
+  for (const auto& [text, place] : damaged) {
+    try {
+      importDcmpstatCommunication(text);
+      ADD_FAILURE() << "accepted: " << text;
+    } catch (const PeerFormatError& e) {
+      EXPECT_EQ(e.place(), place) << e.what();
+    }
+  }
+}
+
+DicomNode peer(const char* name, const char* aet, const char* port) {
+  DicomNode node;
+  if (name) node.name = name;
+  node.aetitle = aet;
+  node.address = "10.0.0.1";
+  node.port = port;
+  return node;
+}
+
+TEST(DcmpstatCommunication, ExportReadsBackThroughOfConfigFile) {
+  std::vector<DicomNode> nodes;
+  for (const TLSSecurityProfile profile : allCases<TLSSecurityProfile>()) {
+    if (profile == TLSSecurityProfile::profile0) continue;  // no dcmpstat name
+    DicomNode node = peer("Archive", "ARCH", "11112");
+    node.tlsSettings = tls(true, profile, rawValue(profile) % 2 == 0, true);
+    nodes.push_back(node);
+  }
+  DicomNode implicit = peer("ct room 2", "ct2", "104");
+  implicit.transferSyntax = TransferSyntax::EXS_LittleEndianImplicit;
+  nodes.push_back(implicit);
+  const auto out = exportDcmpstatCommunication(nodes, {"client.pem", "client.key"});
+  EXPECT_TRUE(out.losses.empty()) << describe(out.losses.front());
+  const auto back = importDcmpstatCommunication(out.text);
+  ASSERT_EQ(back.nodes.size(), nodes.size());
+  for (std::size_t i = 0; i < nodes.size(); ++i) {
+    DicomNode expected = nodes[i];
+    expected.uniqueId = back.nodes[i].uniqueId;
+    EXPECT_EQ(back.nodes[i], expected) << i << '\n' << out.text;
+  }
+  EXPECT_NE(out.text.find("[ARCHIVE_2]"), std::string::npos);
+  EXPECT_NE(out.text.find("[CTROOM2]"), std::string::npos);
+}
+
+TEST(DcmpstatCommunication, ExportReportsWhatTheFileCannotHoldAndRefusesLineBreaks) {
+  DicomNode blank = peer("  indented", "A", "104");
+  DicomNode none = peer("a", "A", "104");
+  none.tlsSettings = tls(true, TLSSecurityProfile::profile0, false, true);  // no name, no key files given
+  const auto out = exportDcmpstatCommunication(std::vector{blank, none});
+  std::vector<std::string> losses;
+  for (const auto& loss : out.losses) losses.push_back(std::to_string(loss.position) + ' ' + loss.field + ": " + loss.chosen);
+  EXPECT_EQ(losses, (std::vector<std::string>{"1 name: reads back as \"indented\"",
+                                              "2 tlsSettings.securityProfile: reads back as profile 3",
+                                              "2 tlsSettings.authenticateWithCertificate: reads back as false"}));
+  for (const char* name : {"two\nlines", "tab\there"}) {
+    try {
+      exportDcmpstatCommunication(std::vector{peer(name, "A", "104")});
+      ADD_FAILURE() << "written: " << name;
+    } catch (const PeerFormatError& e) {
+      EXPECT_EQ(e.place().rfind("node 1", 0), 0u);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace telvor::dcmtk

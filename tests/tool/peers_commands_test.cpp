@@ -1,0 +1,137 @@
+// telvor-nodes import and export: exit statuses, nothing written on failure, appending and
+// updating a catalogue without losing what the format does not carry.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string slurp(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream bytes;
+  bytes << file.rdbuf();
+  return bytes.str();
+}
+
+class PeersCommands : public testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = fs::temp_directory_path() / ("telvor-peers-" + std::to_string(::getpid()) + "-" +
+                                        testing::UnitTest::GetInstance()->current_test_info()->name());
+    fs::create_directories(dir_);
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  struct Run {
+    int status;
+    std::string out, err;
+  };
+  Run run(const std::string& args) const {
+    const std::string command = std::string("'") + TELVOR_NODES_TOOL + "' " + args + " </dev/null >'" +
+                                path("out") + "' 2>'" + path("err") + "'";
+    const int raw = std::system(command.c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, slurp(dir_ / "out"), slurp(dir_ / "err")};
+  }
+  std::string path(const std::string& name) const { return (dir_ / name).string(); }
+  void write(const std::string& name, const std::string& text) const { std::ofstream(dir_ / name) << text; }
+
+  fs::path dir_;
+};
+
+constexpr const char* kOrthanc = R"({ "DicomModalities" : { "pacs" : [ "PACS", "10.0.0.5", 104 ],
+  "archive" : { "AET" : "LTA", "Host" : "lta", "Port" : 11112, "LocalAet" : "ME" } } })";
+
+struct Damaged {
+  const char* format;
+  const char* text;
+  const char* place;
+};
+
+TEST_F(PeersCommands, DamagedInputIsStatusThreeNamingThePlaceAndWritesNothing) {
+  const Damaged cases[] = {
+      {"orthanc", "{ \"DicomModalities\" : {\n \"a\" : [\"A\", \"h\"] } }", "modality 1 \"a\""},
+      {"orthanc", "{ \"DicomModalities\" : {\n \"a\" : [", "line 2, column"},
+      {"weasis", "<nodes>\n<node type=\"DICOM\"\n", "line 2, column 19"},
+      {"dcmtk-qr", "HostTable BEGIN\nx = y\nHostTable END\n", "not defined"},
+      {"dcmtk-pstat", "[[GENERAL]]\n", "[[COMMUNICATION]]"},
+  };
+  write("catalogue.plist", slurp(std::string(TELVOR_SOURCE_DIR) + "/examples/nodes.plist"));
+  const std::string before = slurp(dir_ / "catalogue.plist");
+  for (const auto& c : cases) {
+    write("source", c.text);
+    const auto r = run(std::string("import --from ") + c.format + " '" + path("source") + "' -o '" +
+                       path("catalogue.plist") + "'");
+    if (r.status == 2 && r.err.find("unknown peer format") != std::string::npos) continue;  // built without DCMTK
+    EXPECT_EQ(r.status, 3) << c.format << ": " << r.err;
+    EXPECT_NE(r.err.find(c.place), std::string::npos) << r.err;
+    EXPECT_EQ(slurp(dir_ / "catalogue.plist"), before) << c.format;
+  }
+}
+
+TEST_F(PeersCommands, StrictTurnsAnyLossIntoStatusOneAndWritesNothing) {
+  write("orthanc.json", kOrthanc);
+  const auto strictImport = run("import --strict --from orthanc '" + path("orthanc.json") + "' -o '" + path("c.plist") + "'");
+  EXPECT_EQ(strictImport.status, 1);
+  EXPECT_NE(strictImport.err.find("node 2 \"archive\": LocalAet: \"ME\""), std::string::npos) << strictImport.err;
+  EXPECT_FALSE(fs::exists(dir_ / "c.plist"));
+
+  ASSERT_EQ(run("import --from orthanc '" + path("orthanc.json") + "' -o '" + path("c.plist") + "'").status, 0);
+  const auto strictExport = run("export --strict --to weasis '" + path("c.plist") + "' -o '" + path("nodes.xml") + "'");
+  EXPECT_EQ(strictExport.status, 1);
+  EXPECT_NE(strictExport.err.find("retrieveMode: CMOVE -> reads back as CGET"), std::string::npos) << strictExport.err;
+  EXPECT_FALSE(fs::exists(dir_ / "nodes.xml"));
+
+  // A node the format cannot hold is named by its catalogue position, even within a selection.
+  write("wide.json", R"({ "DicomModalities" : { "a" : ["A", "h", 1], "wide" : ["SEVENTEEN_CHARS_X", "h", 2] } })");
+  ASSERT_EQ(run("import --from orthanc '" + path("wide.json") + "' -o '" + path("c.plist") + "'").status, 0);
+  const auto unwritable = run("export --to weasis '" + path("c.plist") + "' --select wide -o '" + path("w.xml") + "'");
+  EXPECT_EQ(unwritable.status, 1);
+  EXPECT_NE(unwritable.err.find(": node 4 \"wide\": the AE title must have 1 to 16"), std::string::npos) << unwritable.err;
+  EXPECT_FALSE(fs::exists(dir_ / "w.xml"));
+
+  const auto unknown = run("export --to ctk-someday '" + path("c.plist") + "'");
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_NE(unknown.err.find("this build offers orthanc"), std::string::npos) << unknown.err;
+}
+
+TEST_F(PeersCommands, ImportAppendsOrUpdatesMatchingNodesKeepingWhatTheFormatDoesNotCarry) {
+  write("orthanc.json", kOrthanc);
+  ASSERT_EQ(run("import --from orthanc '" + path("orthanc.json") + "' -o '" + path("c.plist") + "'").status, 0);
+  // A field Orthanc does not carry, set in the catalogue, and an unknown key of another application.
+  std::string catalogue = slurp(dir_ / "c.plist");
+  const auto at = catalogue.find("<key>Port</key>");
+  ASSERT_NE(at, std::string::npos);
+  catalogue.insert(at, "<key>icon</key>\n\t\t<string>pacs-icon</string>\n\t\t<key>X-Other</key>\n\t\t<string>kept</string>\n\t\t");
+  write("c.plist", catalogue);
+
+  write("renamed.json", R"({ "DicomModalities" : { "renamed" : [ "PACS", "10.0.0.5", 104 ] } })");
+  ASSERT_EQ(run("import --replace-matching --from orthanc '" + path("renamed.json") + "' -o '" + path("c.plist") + "'").status, 0);
+  auto list = run("list '" + path("c.plist") + "'");
+  EXPECT_NE(list.out.find("renamed"), std::string::npos) << list.out;
+  EXPECT_EQ(list.out.find("pacs "), std::string::npos) << list.out;
+  const std::string updated = slurp(dir_ / "c.plist");
+  EXPECT_NE(updated.find("pacs-icon"), std::string::npos);
+  EXPECT_NE(updated.find("<key>X-Other</key>"), std::string::npos);
+
+  ASSERT_EQ(run("import --from orthanc '" + path("renamed.json") + "' -o '" + path("c.plist") + "'").status, 0);
+  list = run("list '" + path("c.plist") + "'");
+  EXPECT_EQ(std::count(list.out.begin(), list.out.end(), '\n'), 4) << list.out;  // header, archive, renamed twice
+
+  // Without -o the catalogue goes to standard output; --select picks nodes by name.
+  const auto printed = run("import --from orthanc '" + path("orthanc.json") + "'");
+  EXPECT_NE(printed.out.find("<string>LTA</string>"), std::string::npos);
+  const auto one = run("export --to dcmtk-qr '" + path("c.plist") + "' --select archive");
+  if (one.status != 2) {  // 2: built without DCMTK
+    EXPECT_EQ(one.out, "# Peers written by telvor-nodes\nHostTable BEGIN\narchive = (LTA, lta, 11112)\nHostTable END\n");
+  }
+}
+
+}  // namespace

@@ -1,0 +1,74 @@
+#include "peer_formats.hpp"
+
+#include <array>
+
+#include "telvor/peers/orthanc.hpp"
+#include "telvor/peers/weasis.hpp"
+#include "tool_error.hpp"
+#ifdef TELVOR_TOOL_DCMTK_PEERS
+#include "telvor/dcmtk/dcmpstat_communication.hpp"
+#include "telvor/dcmtk/dcmqrscp_host_table.hpp"
+#endif
+
+#if defined(TELVOR_TOOL_DCMTK_PEERS) && defined(__has_feature)
+#if __has_feature(address_sanitizer)
+// DCMTK 3.6.7 does not free the peer list of a HostTable line it refuses: not ours to report
+// when the tool is built with LeakSanitizer.
+extern "C" __attribute__((visibility("default"), used)) const char* __lsan_default_suppressions() {
+  return "leak:DcmQueryRetrieveConfig::readPeerList\nleak:DcmQueryRetrieveConfig::parsevalues\n";
+}
+#endif
+#endif
+
+namespace telvor::tool {
+namespace {
+
+#ifdef TELVOR_TOOL_DCMTK_PEERS
+peers::PeerExport writeDcmpstat(std::span<const DicomNode> nodes) { return dcmtk::exportDcmpstatCommunication(nodes); }
+#endif
+
+constexpr PeerFormat kFormats[] = {
+    {"orthanc", "Orthanc's configuration (DicomModalities) or GET /modalities?expand", &peers::importOrthanc,
+     &peers::exportOrthanc, kName | kAddressing | kRetrieveMode | kTlsEnabled},
+#ifdef TELVOR_TOOL_DCMTK_PEERS
+    {"dcmtk-qr", "dcmqrscp.cfg HostTable", &dcmtk::importDcmqrscpHostTable, &dcmtk::exportDcmqrscpHostTable,
+     kName | kAddressing},
+    {"dcmtk-pstat", "dcmpstat.cfg [[COMMUNICATION]]", &dcmtk::importDcmpstatCommunication, &writeDcmpstat,
+     kName | kAddressing | kTransferSyntax | kTls},
+#endif
+    {"weasis", "Weasis dicomNodes.xml", &peers::importWeasis, &peers::exportWeasis,
+     kName | kAddressing | kTransferSyntax | kQueryable},
+};
+
+}  // namespace
+
+std::span<const PeerFormat> peerFormats() noexcept { return kFormats; }
+
+const PeerFormat& peerFormat(std::string_view name) {
+  std::string offered;
+  for (const PeerFormat& format : kFormats) {
+    if (format.name == name) return format;
+    offered += (offered.empty() ? "" : ", ") + std::string(format.name);
+  }
+  throw UsageError("unknown peer format \"" + std::string(name) + "\" (this build offers " + offered + ")");
+}
+
+DicomNode withCarriedFields(DicomNode target, const DicomNode& source, unsigned carried) {
+  if (carried & kName) target.name = source.name;
+  if (carried & kAddressing) {
+    target.aetitle = source.aetitle;
+    target.address = source.address;
+    target.port = source.port;
+  }
+  if (carried & kTransferSyntax) target.transferSyntax = source.transferSyntax;
+  if (carried & kRetrieveMode) target.retrieveMode = source.retrieveMode;
+  if (carried & kQueryable) target.isQueryable = source.isQueryable;
+  if (carried & kTls) target.tlsSettings = source.tlsSettings;
+  if ((carried & kTlsEnabled) && source.tlsSettings) {
+    if (!target.tlsSettings) target.tlsSettings = TlsSettings();
+    target.tlsSettings->isEnabled = source.tlsSettings->isEnabled;
+  }
+  return target;
+}
+
+}  // namespace telvor::tool

@@ -1,0 +1,44 @@
+// The other systems' peer-list formats telvor-nodes imports and exports, by name.
+//
+// One row per format. A format from another module (CTK's QSettings files, which need the
+// Qt module) joins by adding its row to the table in peer_formats.cpp when that module is
+// built; the commands need no change.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "telvor/peers/peer_list.hpp"
+
+namespace telvor::tool {
+
+// Which node fields a format carries: --replace-matching updates only these.
+enum PeerField : unsigned {
+  kName = 1u << 0,
+  kAddressing = 1u << 1,  // aetitle, address, port
+  kTransferSyntax = 1u << 2,
+  kRetrieveMode = 1u << 3,
+  kQueryable = 1u << 4,
+  kTls = 1u << 5,         // all TLS settings
+  kTlsEnabled = 1u << 6,  // only whether TLS is on
+};
+
+struct PeerFormat {
+  std::string_view name;
+  std::string_view description;
+  peers::PeerList (*read)(std::string_view text);
+  peers::PeerExport (*write)(std::span<const DicomNode> nodes);
+  unsigned carried;  // PeerField bits
+};
+
+// The formats this build offers, in the order help lists them.
+std::span<const PeerFormat> peerFormats() noexcept;
+
+// The format called `name`; throws UsageError naming the ones offered.
+const PeerFormat& peerFormat(std::string_view name);
+
+// `target` with the fields `carried` names taken from `source`; everything else kept.
+DicomNode withCarriedFields(DicomNode target, const DicomNode& source, unsigned carried);
+
+}  // namespace telvor::tool

@@ -1,0 +1,35 @@
+// telvor-nodes import and export: other systems' peer lists into and out of a catalogue.
+// Each returns the exit status: 0 done; 1 --strict and something was lost, or a node the
+// format cannot hold (nothing written); 2 unusable options or files; 3 damaged input
+// (nothing written). Losses go to standard error, one line per field per node.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace telvor::tool {
+
+struct ImportRequest {
+  std::string format;                    // a name from peerFormats()
+  std::string source;                    // the other system's file, "-" for standard input
+  std::optional<std::string> catalogue;  // -o: appended to (created when missing); else printed
+  bool replaceMatching = false;          // update the nodes with the same AE title, address and port
+  bool strict = false;                   // any loss fails
+  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;  // larger inputs are refused unread
+};
+
+struct ExportRequest {
+  std::string format;
+  std::string catalogue;                 // a property-list catalogue, "-" for standard input
+  std::optional<std::string> output;     // -o; standard output when absent
+  std::vector<std::string> select;       // names, AE titles or positions (from 1); all when empty
+  bool strict = false;
+  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;
+};
+
+int runImport(const ImportRequest& request);
+int runExport(const ExportRequest& request);
+
+}  // namespace telvor::tool
