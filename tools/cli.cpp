@@ -17,7 +17,7 @@ namespace {
 // The commands, in the order help lists them. A new command is one line here.
 std::vector<CommandSpec> commandTable() {
   return {listCommand(), showCommand(), checkCommand(), echoCommand(),
-          addCommand(),  setCommand(),  removeCommand(), convertCommand()};
+          addCommand(),  setCommand(),  removeCommand(), convertCommand(), importCommand(), exportCommand()};
 }
 
 constexpr const char* kExitStatuses =

@@ -37,6 +37,8 @@ CommandSpec addCommand();
 CommandSpec setCommand();
 CommandSpec removeCommand();
 CommandSpec convertCommand();
+CommandSpec importCommand();
+CommandSpec exportCommand();
 
 // Shared declarations: the optional catalogue FILE of the reading commands ("-" reads
 // standard input; none: the bundled sample catalogue) and --json.
