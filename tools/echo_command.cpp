@@ -11,32 +11,56 @@
 namespace telvor::tool {
 namespace {
 
-// The nodes of FILE, or of the bundled sample catalogue when no file is named.
+// The nodes of FILE, the unsaved target of --host, or the bundled sample catalogue.
 std::vector<DicomNode> readEchoNodes(const Options& options) {
+  if (options.host) {
+    DicomNode node;
+    node.name = *options.host;
+    node.address = *options.host;
+    node.port = options.port.value_or("104");
+    node.aetitle = options.calledAeTitle;
+    return {node};
+  }
   if (!options.input) return readRecords<DicomNode>(sampleCatalogue(), Format::plist).values;
   const std::string bytes = readInput(*options.input);
   return readRecords<DicomNode>(bytes, inputFormat(options.from, *options.input, bytes)).values;
 }
 
+dcmtk::ProbeOptions probeOptions(const Options& options) {
+  dcmtk::ProbeOptions probe;
+  probe.callingAeTitle = options.callingAeTitle;
+  // The options hold the timeout to (0, 3600] seconds.
+  probe.timeout = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(options.timeoutSeconds * 1000)));
+  probe.checkFind = options.checkFind;
+  probe.trustedCertificateFiles = options.trustedCertificateFiles;
+  probe.trustedCertificateDirectories = options.trustedCertificateDirectories;
+  if (options.certificateFile && options.privateKeyFile) {
+    const dcmtk::CertificateFiles files{*options.certificateFile, *options.privateKeyFile};
+    probe.certificateFor = [files](std::string_view) { return std::optional(files); };
+  }
+  return probe;
+}
+
 }  // namespace
 
-// One line per node: "NAME: online", or "NAME: offline: REASON" / "NAME: unknown: REASON".
+// One line per node: "NAME: online", or "NAME: offline: REASON" / "NAME: unknown: REASON";
+// with --check-find an answered node adds "; query: yes" or "; query: refused: REASON".
 // Exit status 0 when every node is online, 1 otherwise.
 int runEcho(const Options& options) {
   const auto nodes = readEchoNodes(options);
-  dcmtk::ProbeOptions probe;
-  probe.callingAeTitle = options.callingAeTitle;
-  // DCMTK waits whole seconds, a day at most; the options have made sure the number is positive.
-  const double seconds = std::min(options.timeoutSeconds, 86400.0);
-  probe.timeout = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds * 1000)));
-  const auto statuses = dcmtk::probeAll(nodes, probe, options.jobs);
+  const auto results = dcmtk::echoNodes(nodes, probeOptions(options), options.jobs);
   bool allOnline = true;
   for (std::size_t i = 0; i < nodes.size(); ++i) {
+    const DicomNodeStatus status = dcmtk::toStatus(results[i]);
     const auto label = nodes[i].name ? *nodes[i].name : "node " + std::to_string(i + 1);
-    std::cout << label << ": " << statuses[i].title();
-    if (!statuses[i].reason().empty()) std::cout << ": " << statuses[i].reason();
+    std::cout << label << ": " << status.title();
+    if (!status.reason().empty()) std::cout << ": " << status.reason();
+    if (const auto& query = results[i].query) {
+      std::cout << "; query: " << dcmtk::title(query->outcome);
+      if (!query->reason.empty()) std::cout << ": " << query->reason;
+    }
     std::cout << '\n';
-    allOnline = allOnline && statuses[i] == DicomNodeStatus::accessable();
+    allOnline = allOnline && results[i].answered();
   }
   return allOnline ? 0 : 1;
 }

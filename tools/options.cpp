@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <limits>
 #include <string_view>
 
 #include "tool_error.hpp"
@@ -28,12 +29,13 @@ T lookup(const std::array<Named<T>, N>& table, std::string_view name, std::strin
   throw UsageError("unknown " + std::string(what) + " \"" + std::string(name) + "\"");
 }
 
+// A number from the option's range; from_chars reads "nan" and "inf" too, which no range holds.
 template <class T>
-T number(std::string_view text, std::string_view option) {
+T number(std::string_view text, std::string_view option, T low, T high, std::string_view range) {
   T value{};
   const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (ec != std::errc() || end != text.data() + text.size() || value <= 0)
-    throw UsageError(std::string(option) + " takes a positive number, not \"" + std::string(text) + "\"");
+  if (ec != std::errc() || end != text.data() + text.size() || !(value >= low && value <= high))
+    throw UsageError(std::string(option) + " takes " + std::string(range) + ", not \"" + std::string(text) + "\"");
   return value;
 }
 
@@ -41,8 +43,9 @@ T number(std::string_view text, std::string_view option) {
 
 const char* usageLine() noexcept {
   return "usage: telvor-nodes list [FILE] | convert [--type node|tls|wado|status] [--from plist|json] "
-         "[--to plist|json] [--binary] [IN|-] [-o OUT] | check [FILE] | echo [FILE] [--aet CALLING] "
-         "[--timeout SECONDS] [--jobs N] | --version";
+         "[--to plist|json] [--binary] [IN|-] [-o OUT] | check [FILE] | echo [FILE | --host H [--port P] --aec AET] "
+         "[--aet CALLING] [--timeout SECONDS] [--jobs N] [--cert FILE --key FILE] [--ca-file FILE] [--ca-dir DIR] "
+         "[--check-find] | --version";
 }
 
 const char* helpText() noexcept {
@@ -54,8 +57,14 @@ const char* helpText() noexcept {
          "                                between the dictionary form (.plist, XML or binary) and the\n"
          "                                coded form (.json); the default output format is the other one\n"
          "  telvor-nodes check [FILE]     the problems that would stop each node from working\n"
-         "  telvor-nodes echo [FILE] [--aet CALLING] [--timeout SECONDS] [--jobs N]\n"
-         "                                DICOM C-ECHO every node (when built with DCMTK)\n"
+         "  telvor-nodes echo [FILE | --host H [--port P] --aec AET] [--aet CALLING] [--timeout SECONDS]\n"
+         "                   [--jobs N] [--cert FILE --key FILE] [--ca-file FILE] [--ca-dir DIR] [--check-find]\n"
+         "                                DICOM C-ECHO every node, or the one peer given (when built with\n"
+         "                                DCMTK); --timeout (0 < S <= 3600, default 5) bounds each node's whole\n"
+         "                                probe; --jobs 1 to 1024 nodes at a time (default 4); --cert/--key:\n"
+         "                                the client certificate, --ca-file/--ca-dir: trusted authorities, for\n"
+         "                                nodes with TLS on; --check-find: also ask whether each node answers\n"
+         "                                queries (a study-root C-FIND that matches nothing)\n"
          "  telvor-nodes --version\n"
          "\n"
          "A file holds one record or an array of records. Exit status: 0 success, 1 the input\n"
@@ -94,8 +103,18 @@ Options parseOptions(const std::vector<std::string>& args) {
     else if (converting && arg == "--binary") options.binary = true;
     else if (converting && arg == "-o") options.output = value();
     else if (echoing && arg == "--aet") options.callingAeTitle = value();
-    else if (echoing && arg == "--timeout") options.timeoutSeconds = number<double>(value(), arg);
-    else if (echoing && arg == "--jobs") options.jobs = number<unsigned>(value(), arg);
+    else if (echoing && arg == "--timeout")
+      options.timeoutSeconds = number<double>(value(), arg, std::numeric_limits<double>::denorm_min(), 3600,
+                                              "seconds above 0, at most 3600");
+    else if (echoing && arg == "--jobs") options.jobs = number<unsigned>(value(), arg, 1, 1024, "1 to 1024");
+    else if (echoing && arg == "--cert") options.certificateFile = value();
+    else if (echoing && arg == "--key") options.privateKeyFile = value();
+    else if (echoing && arg == "--ca-file") options.trustedCertificateFiles.push_back(value());
+    else if (echoing && arg == "--ca-dir") options.trustedCertificateDirectories.push_back(value());
+    else if (echoing && arg == "--check-find") options.checkFind = true;
+    else if (echoing && arg == "--host") options.host = value();
+    else if (echoing && arg == "--port") options.port = value();
+    else if (echoing && arg == "--aec") options.calledAeTitle = value();
     else if (arg.size() > 1 && arg[0] == '-') throw UsageError("unknown option \"" + arg + "\"");
     else if (options.input) throw UsageError("only one input file is taken");
     else options.input = arg;
@@ -104,6 +123,11 @@ Options parseOptions(const std::vector<std::string>& args) {
       (options.from == Format::plist || options.to == Format::plist))
     throw UsageError("statuses exist only as JSON");
   if (options.binary && options.to == Format::json) throw UsageError("--binary applies to property lists only");
+  if (options.certificateFile.has_value() != options.privateKeyFile.has_value())
+    throw UsageError("--cert and --key go together");
+  if (options.host ? !options.calledAeTitle : (options.port || options.calledAeTitle))
+    throw UsageError("an unsaved target takes --host and --aec (and --port, 104 by default)");
+  if (options.host && options.input) throw UsageError("give either a catalogue or --host, not both");
   return options;
 }
 
