@@ -52,6 +52,22 @@ TEST(NodeEchoTarget, APlainNodeIsItsAddressPortAndAeTitle) {
   EXPECT_FALSE(std::get<EchoTarget>(echoTarget(node("pacs.example", "65535", "ARCHIVE"), options())).tls);
 }
 
+TEST(NodeEchoTarget, AddressesWithAPortOrASchemeAreNotContacted) {
+  SilentListener listener;
+  const std::string port = std::to_string(listener.port());
+  const std::pair<std::string, std::string> cases[] = {
+      {"127.0.0.1:" + port, "carries a port of its own"},
+      {"[::1]:" + port, "carries a port of its own"},
+      {"dicom://127.0.0.1", "begins with a scheme"},
+  };
+  for (const auto& [address, reason] : cases) {
+    const EchoResult result = echoNode(node(address, port, "ARCHIVE"), options());
+    EXPECT_EQ(result.outcome, EchoOutcome::notAttempted) << address;
+    EXPECT_THAT(result.reason, HasSubstr(reason)) << address;
+  }
+  EXPECT_FALSE(listener.contacted());
+}
+
 TEST(NodeEchoTarget, NodesMissingWhatAPeerNeedsAreNotAttempted) {
   struct Case {
     DicomNode node;
