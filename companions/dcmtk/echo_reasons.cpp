@@ -1,8 +1,8 @@
 #include "echo_reasons.hpp"
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
+#include <mutex>
 
 #include "dcmtk/dcmnet/cond.h"
 #include "dcmtk/dcmnet/diutil.h"
@@ -151,6 +151,14 @@ EchoResult closedByPeer(const EchoContext& context) {
   return result(EchoOutcome::connectionClosed, std::move(reason));
 }
 
+// DCMTK's text for an echo status. DU_cechoStatusString formats statuses it does not know
+// into one static buffer, so echoes answered at the same time would write it together.
+std::string echoStatusText(unsigned status) {
+  static std::mutex buffer;
+  const std::lock_guard lock(buffer);
+  return DU_cechoStatusString(static_cast<Uint16>(status));
+}
+
 bool isProtocolError(const OFCondition& c) {
   return isDulCondition(c, DULC_UNRECOGNIZEDPDUTYPE) || c == DUL_ILLEGALPDU || c == DUL_ILLEGALPDULENGTH || c == DUL_UNEXPECTEDPDU ||
          c == DUL_UNSUPPORTEDPEERPROTOCOL;
@@ -205,7 +213,7 @@ EchoResult echoStatusFailure(unsigned status, const EchoContext& context) {
   char code[16];
   std::snprintf(code, sizeof code, "0x%04X", status);
   return result(EchoOutcome::echoFailed, context.endpoint + " answered the C-ECHO with status " + code + " (" +
-                                             DU_cechoStatusString(static_cast<Uint16>(status)) +
+                                             echoStatusText(status) +
                                              "): the peer's verification service reports a problem; check its logs.");
 }
 
