@@ -142,6 +142,38 @@ TEST(TelvorNodesEcho, CheckFindTellsWhetherAnUnsavedTargetAnswersQueries) {
       << refused.out;
 }
 
+TEST(TelvorNodesEcho, TlsFilesFromTheOptionsReachNodesWithTlsOn) {
+  REQUIRE_TOOL();
+  if (findProgram("storescp").empty() || findProgram("openssl").empty())
+    GTEST_SKIP() << "storescp or openssl is not installed";
+  TempDir dir;
+  const auto server = makeCertificate(dir, "server");
+  const auto client = makeCertificate(dir, "client");
+  ASSERT_TRUE(server && client);
+  // storescp over TLS, trusting only the client's certificate.
+  ServerProcess scp({findProgram("storescp"), "+tls", server->key.string(), server->certificate.string(), "+cf",
+                     client->certificate.string(), "-od", dir.path().string()},
+                    dir / "storescp.log");
+  ASSERT_TRUE(scp.ready());
+  std::string node = nodeJson("127.0.0.1", scp.port());
+  node.insert(node.size() - 1, R"(,"tlsSettings":{"isEnabled":true,"securityProfile":4,"verifyPeerCertificate":true,)"
+                               R"("authenticateWithCertificate":true})");
+  const std::string trust = " --ca-file '" + server->certificate.string() + "'";
+  const std::string mine = " --cert '" + client->certificate.string() + "' --key '" + client->key.string() + "'";
+
+  const auto both = echoCatalogue(dir, node, "--timeout 5" + trust + mine);
+  EXPECT_EQ(both.status, 0) << both.out;
+  EXPECT_EQ(both.out, "Local SCP: online\n");
+  const auto untrusted = echoCatalogue(dir, node, "--timeout 5" + mine);
+  EXPECT_EQ(untrusted.status, 1) << untrusted.out;
+  EXPECT_NE(untrusted.out.find("the peer's certificate is not trusted"), std::string::npos) << untrusted.out;
+  const auto noCertificate = echoCatalogue(dir, node, "--timeout 5" + trust);
+  EXPECT_EQ(noCertificate.status, 1) << noCertificate.out;
+  EXPECT_NE(noCertificate.out.find("unknown: The node authenticates with a client certificate, but none is installed"),
+            std::string::npos)
+      << noCertificate.out;
+}
+
 // The tool in a private network namespace whose name server (127.0.0.1, named in a
 // private resolv.conf) takes queries and never answers.
 TEST(TelvorNodesEcho, ANameServiceThatNeverAnswersEndsWithinTheTimeout) {

@@ -73,7 +73,7 @@ enum class EchoOutcome {
   addressNotFound,           // the host name does not resolve
   connectionRefused,         // nothing listens on the port
   connectionFailed,          // no TCP connection for another reason (unreachable, ...)
-  timedOut,                  // no connection, association answer or echo answer in time
+  timedOut,                  // the timeout passed (name lookup, connection or any answer)
   tlsHandshakeFailed,        // TLS did not come up (certificate, profile, not TLS)
   connectionClosed,          // the peer hung up or aborted before answering
   associationRejected,       // the peer rejected the association (AE titles, load, ...)
