@@ -401,12 +401,12 @@ class AcceptNothingScp {
   std::thread thread_;
 };
 
-// A listener on 127.0.0.1 that accepts one connection at a time and sends it one byte
-// every 1.5 s, never a whole message: each read gets something, so timeouts counted per
-// read never pass. Sends at most 40 bytes per connection.
+// A listener on 127.0.0.1 that accepts one connection at a time, sends it `header` at
+// once and then the body it announces one byte every 1.5 s: each read gets something, so
+// timeouts counted per read never pass. Sends at most 40 bytes of body per connection.
 class TricklingPeer {
  public:
-  TricklingPeer() {
+  explicit TricklingPeer(std::vector<unsigned char> header) : header_(std::move(header)) {
     listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -427,7 +427,8 @@ class TricklingPeer {
 
   bool ready() const { return port_ != 0; }
   std::uint16_t port() const { return port_; }
-  int bytesSent() const { return sent_.load(); }
+  // Bytes of body sent so far.
+  int bodyBytesSent() const { return sent_.load(); }
 
  private:
   // Waits up to `limit` unless stopped; false when stopped.
@@ -437,23 +438,25 @@ class TricklingPeer {
     return !stop_;
   }
   void serve() {
-    // An A-ASSOCIATE-AC header announcing 4 KiB, then zeros.
-    constexpr unsigned char kBytes[] = {0x02, 0x00, 0x00, 0x00, 0x10, 0x00};
     while (!stop_) {
       pollfd waiting{listener_, POLLIN, 0};
       if (::poll(&waiting, 1, 50) != 1) continue;
       const int connection = ::accept(listener_, nullptr, nullptr);
       if (connection < 0) continue;
-      for (int i = 0; i < 40; ++i) {
-        const unsigned char byte = i < 6 ? kBytes[i] : 0;
-        if (::send(connection, &byte, 1, MSG_NOSIGNAL) != 1) break;
-        ++sent_;
-        if (!pause(1500ms)) break;
+      const auto size = static_cast<ssize_t>(header_.size());
+      if (::send(connection, header_.data(), header_.size(), MSG_NOSIGNAL) == size) {
+        for (int i = 0; i < 40; ++i) {
+          const unsigned char byte = 0;
+          if (::send(connection, &byte, 1, MSG_NOSIGNAL) != 1) break;
+          ++sent_;
+          if (!pause(1500ms)) break;
+        }
       }
       ::close(connection);
     }
   }
 
+  std::vector<unsigned char> header_;
   int listener_ = -1;
   std::uint16_t port_ = 0;
   std::atomic<bool> stop_{false};
