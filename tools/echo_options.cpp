@@ -26,6 +26,15 @@ CommandSpec echoCommand() {
                     },
                     "SECONDS"));
             command.add_option("--jobs", options->jobs, "nodes probed at once (default 4)")->check(CLI::Range(1, 1024));
+            command.add_option("--cert", options->certificateFile, "client certificate (PEM) for nodes with TLS on; needs --key");
+            command.add_option("--key", options->privateKeyFile, "private key (PEM) of --cert");
+            command.add_option("--ca-file", options->trustedCertificateFiles, "trusted authority certificate (PEM); repeatable");
+            command.add_option("--ca-dir", options->trustedCertificateDirectories, "directory of trusted authorities; repeatable");
+            command.add_flag("--check-find", options->checkFind,
+                             "after the echo, ask whether the node answers queries (a study-root C-FIND matching nothing)");
+            command.add_option("--host", options->host, "probe this one peer instead of a catalogue (needs --aec)");
+            command.add_option("--port", options->port, "the peer's port with --host (default 104)");
+            command.add_option("--aec", options->calledAeTitle, "the peer's AE title with --host");
             addJsonFlag(command, options->json);
             return CommandRun([options] { return runEcho(*options); });
           }};

@@ -23,8 +23,17 @@ struct Options {
   std::uint64_t maxInputBytes = std::uint64_t{256} << 20;  // larger inputs are refused unread
   // echo only
   std::string callingAeTitle = "TELVOR";
-  double timeoutSeconds = 5;
-  unsigned jobs = 4;
+  double timeoutSeconds = 5;  // finite, above 0, at most 3600
+  unsigned jobs = 4;          // 1 to 1024
+  std::optional<std::string> certificateFile;  // --cert, with --key: the client certificate
+  std::optional<std::string> privateKeyFile;   // --key
+  std::vector<std::string> trustedCertificateFiles;        // --ca-file, repeatable
+  std::vector<std::string> trustedCertificateDirectories;  // --ca-dir, repeatable
+  bool checkFind = false;
+  // An unsaved target instead of a catalogue: --host, --port (default 104), --aec.
+  std::optional<std::string> host;
+  std::optional<std::string> port;
+  std::optional<std::string> calledAeTitle;
 };
 
 // The format a path's extension names, if any.

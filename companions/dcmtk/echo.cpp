@@ -4,6 +4,7 @@
 #include <array>
 #include <memory>
 
+#include "connection.hpp"
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmdata/dcuid.h"
 #include "dcmtk/dcmnet/assoc.h"
@@ -11,11 +12,15 @@
 #include "dcmtk/dcmtls/tlslayer.h"
 #include "echo_environment.hpp"
 #include "echo_reasons.hpp"
+#include "query_check.hpp"
+#include "socket_handover.hpp"
 #include "telvor/dcmtk/tls_profile_conversion.hpp"
 #include "telvor/vocabulary/transfer_syntax.hpp"
 
 namespace telvor::dcmtk {
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 // What an AE title may hold: 1 to 16 characters once leading and trailing spaces are
 // dropped, printable ASCII without the backslash.
@@ -45,16 +50,32 @@ std::optional<EchoResult> checkTarget(const EchoTarget& target, std::string_view
   return std::nullopt;
 }
 
-int wholeSeconds(std::chrono::milliseconds timeout) {
-  constexpr std::int64_t kLongest = 24 * 60 * 60;  // DCMTK holds seconds in an int
-  const auto ms = std::max<std::int64_t>(timeout.count(), 1);
-  return static_cast<int>(std::min<std::int64_t>(ms / 1000 + (ms % 1000 != 0), kLongest));
+constexpr std::chrono::milliseconds kLongest = std::chrono::hours(24);
+
+// "2 s", "1.5 s", "0.25 s".
+std::string timeoutText(std::chrono::milliseconds timeout) {
+  std::string text = std::to_string(timeout.count() / 1000);
+  if (const auto ms = timeout.count() % 1000; ms != 0) {
+    std::string fraction = std::to_string(1000 + ms).substr(1);
+    fraction.erase(fraction.find_last_not_of('0') + 1);
+    text += "." + fraction;
+  }
+  return text + " s";
 }
 
-// Owns DCMTK's network, its TLS layer and one association; releases them in the order
-// DCMTK needs (association, network, then the layer the network borrowed).
+// DCMTK counts whole seconds, at least one.
+int wholeSeconds(std::chrono::milliseconds timeout) {
+  return static_cast<int>(std::max<std::int64_t>(std::chrono::ceil<std::chrono::seconds>(timeout).count(), 1));
+}
+
+int secondsUntil(Deadline deadline) {
+  return wholeSeconds(std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()));
+}
+
+// Owns DCMTK's network, its transport layer and one association; releases them in the
+// order DCMTK needs (association, network, then the layer the network borrowed).
 struct Session {
-  std::unique_ptr<DcmTLSTransportLayer> tls;
+  std::unique_ptr<DcmTransportLayer> layer;
   T_ASC_Network* network = nullptr;
   T_ASC_Parameters* params = nullptr;  // owned by `association` once it exists
   T_ASC_Association* association = nullptr;
@@ -71,11 +92,8 @@ struct Session {
 
 constexpr std::string_view kCheckPem = "check that the file exists and holds PEM certificates";
 
-// The TLS layer for `settings`, or the reason it cannot be made.
-std::optional<EchoResult> makeTlsLayer(const EchoTls& settings, Session& session) {
-  initialiseTls();
-  session.tls = std::make_unique<DcmTLSTransportLayer>(NET_REQUESTOR, nullptr, OFFalse);
-  DcmTLSTransportLayer& layer = *session.tls;
+// Sets `layer` up for `settings`, or gives the reason it cannot be.
+std::optional<EchoResult> configureTls(const EchoTls& settings, DcmTLSTransportLayer& layer) {
   if (!layer) return localFailure("Cannot set up TLS", EC_IllegalCall);
   for (const auto& file : settings.trustedCertificateFiles)
     if (const OFCondition c = layer.addTrustedCertificateFile(file.c_str(), DCF_Filetype_PEM); c.bad())
@@ -115,24 +133,47 @@ std::optional<EchoResult> makeTlsLayer(const EchoTls& settings, Session& session
   return std::nullopt;
 }
 
-// Verification, proposed with the two transfer syntaxes every DICOM service accepts.
-OFCondition proposeVerification(T_ASC_Parameters* params) {
+// The transport layer for `target`, or the reason it cannot be made.
+std::optional<EchoResult> makeLayer(const EchoTarget& target, SocketHandover& handover, Session& session) {
+  if (!target.tls) {
+    session.layer = std::make_unique<HandoverLayer<DcmTransportLayer>>(handover);
+    return std::nullopt;
+  }
+  initialiseTls();
+  auto layer = std::make_unique<HandoverLayer<DcmTLSTransportLayer>>(handover, NET_REQUESTOR, nullptr, OFFalse);
+  auto failure = configureTls(*target.tls, *layer);
+  session.layer = std::move(layer);
+  return failure;
+}
+
+// The two transfer syntaxes every DICOM service accepts.
+OFCondition propose(T_ASC_Parameters* params, T_ASC_PresentationContextID id, const char* sopClass) {
   static const std::array<std::string, 2> syntaxes{std::string(uid(TransferSyntax::EXS_LittleEndianExplicit)),
                                                    std::string(uid(TransferSyntax::EXS_LittleEndianImplicit))};
   std::array<const char*, 2> list{syntaxes[0].c_str(), syntaxes[1].c_str()};
-  return ASC_addPresentationContext(params, 1, UID_VerificationSOPClass, list.data(), static_cast<int>(list.size()));
+  return ASC_addPresentationContext(params, id, sopClass, list.data(), static_cast<int>(list.size()));
 }
 
-EchoResult run(const EchoTarget& target, std::string_view callingAeTitle, int timeoutSeconds) {
-  const EchoContext context{target, callingAeTitle, timeoutSeconds, endpointOf(target)};
+// Ends the association: released when it is still sound, aborted otherwise.
+void endAssociation(T_ASC_Association* association, bool sound) {
+  if (!sound || ASC_releaseAssociation(association).bad()) ASC_abortAssociation(association);
+}
+
+EchoResult run(const EchoTarget& target, std::string_view callingAeTitle, const EchoOptions& options,
+               Deadline deadline) {
+  const EchoContext context{target, callingAeTitle, timeoutText(options.timeout), endpointOf(target)};
+  // This side is made ready first, so that unusable local files are reported without
+  // contacting the peer.
+  SocketHandover handover;
+  if (!handover.ready())
+    return {EchoOutcome::localSetupFailed, "Cannot hand the connection to DCMTK: no listener on 127.0.0.1 can be "
+                                           "opened; check this computer's loopback interface."};
   Session session;
-  if (const OFCondition c = ASC_initializeNetwork(NET_REQUESTOR, 0, timeoutSeconds, &session.network); c.bad())
+  if (const OFCondition c = ASC_initializeNetwork(NET_REQUESTOR, 0, secondsUntil(deadline), &session.network); c.bad())
     return localFailure("Cannot start DICOM networking", c);
-  if (target.tls) {
-    if (auto failure = makeTlsLayer(*target.tls, session)) return std::move(*failure);
-    if (const OFCondition c = ASC_setTransportLayer(session.network, session.tls.get(), 0); c.bad())
-      return localFailure("Cannot set up TLS", c);
-  }
+  if (auto failure = makeLayer(target, handover, session)) return std::move(*failure);
+  if (const OFCondition c = ASC_setTransportLayer(session.network, session.layer.get(), 0); c.bad())
+    return localFailure("Cannot set up the connection", c);
 
   if (const OFCondition c = ASC_createAssociationParameters(&session.params, ASC_DEFAULTMAXPDU); c.bad())
     return localFailure("Cannot prepare the association", c);
@@ -140,16 +181,23 @@ EchoResult run(const EchoTarget& target, std::string_view callingAeTitle, int ti
   const std::string called(*significantAeTitle(target.calledAeTitle));
   OFCondition c = ASC_setAPTitles(session.params, calling.c_str(), called.c_str(), nullptr);
   if (c.good()) c = ASC_setTransportLayerType(session.params, target.tls ? OFTrue : OFFalse);
-  if (c.good()) c = ASC_setPresentationAddresses(session.params, "localhost", context.endpoint.c_str());
-  if (c.good()) c = proposeVerification(session.params);
+  if (c.good()) c = ASC_setPresentationAddresses(session.params, "localhost", handover.address().c_str());
+  if (c.good()) c = propose(session.params, 1, UID_VerificationSOPClass);
+  if (c.good() && options.checkFind) c = propose(session.params, 3, kStudyRootFind);
   if (c.bad()) return localFailure("Cannot prepare the association", c);
 
-  const auto start = std::chrono::steady_clock::now();
+  auto connection = connectBefore(target, deadline, context.timeoutText);
+  if (auto* failure = std::get_if<EchoResult>(&connection)) return std::move(*failure);
+  const Socket& peer = std::get<Socket>(connection);
+  handover.setPeer(peer.fd());
+  const Watchdog watchdog(peer.fd(), deadline);
   c = ASC_requestAssociation(session.network, session.params, &session.association, nullptr, nullptr, DUL_NOBLOCK,
-                             timeoutSeconds);
-  if (c.bad()) return associationFailure(c, session.params, context, std::chrono::steady_clock::now() - start);
+                             secondsUntil(deadline));
+  if (c.bad()) return associationFailure(watchdog.fired() ? DUL_READTIMEOUT : c, session.params, context);
 
-  if (ASC_countAcceptedPresentationContexts(session.params) == 0) {
+  const T_ASC_PresentationContextID verification =
+      ASC_findAcceptedPresentationContextID(session.association, UID_VerificationSOPClass);
+  if (verification == 0) {
     ASC_abortAssociation(session.association);
     return verificationRefused(context);
   }
@@ -157,25 +205,54 @@ EchoResult run(const EchoTarget& target, std::string_view callingAeTitle, int ti
   DIC_US status = 0;
   DcmDataset* statusDetail = nullptr;
   const DIC_US messageId = session.association->nextMsgID++;
-  c = DIMSE_echoUser(session.association, messageId, DIMSE_NONBLOCKING, timeoutSeconds, &status, &statusDetail);
+  c = DIMSE_echoUser(session.association, messageId, DIMSE_NONBLOCKING, secondsUntil(deadline), &status,
+                     &statusDetail);
   delete statusDetail;
   if (c.bad()) {
     ASC_abortAssociation(session.association);
-    return echoExchangeFailure(c, context);
+    return echoExchangeFailure(watchdog.fired() ? DUL_READTIMEOUT : c, context);
   }
+  if (status != STATUS_Success) {
+    endAssociation(session.association, true);
+    return echoStatusFailure(status, context);
+  }
+  EchoResult answered{EchoOutcome::answered, {}};
+  bool sound = true;
+  if (options.checkFind)
+    answered.query = checkQuery(*session.association, context, [&] { return secondsUntil(deadline); },
+                                [&] { return watchdog.fired(); }, sound);
   // The answer is in; a release that goes wrong changes nothing about it.
-  if (ASC_releaseAssociation(session.association).bad()) ASC_abortAssociation(session.association);
-  if (status != STATUS_Success) return echoStatusFailure(status, context);
-  return {EchoOutcome::answered, {}};
+  endAssociation(session.association, sound);
+  return answered;
 }
 
 }  // namespace
 
-EchoResult echo(const EchoTarget& target, std::string_view callingAeTitle, std::chrono::milliseconds timeout) {
+std::string_view title(QueryOutcome outcome) noexcept {
+  switch (outcome) {
+    case QueryOutcome::answered:
+      return "yes";
+    case QueryOutcome::refused:
+      return "refused";
+    case QueryOutcome::failed:
+      break;
+  }
+  return "failed";
+}
+
+EchoResult echo(const EchoTarget& target, std::string_view callingAeTitle, const EchoOptions& options) {
+  const auto start = Clock::now();
   if (auto invalid = checkTarget(target, callingAeTitle)) return std::move(*invalid);
-  const int timeoutSeconds = wholeSeconds(timeout);
-  const EchoEnvironment environment(timeoutSeconds);
-  return run(target, callingAeTitle, timeoutSeconds);
+  EchoOptions bounded = options;
+  bounded.timeout = std::clamp(options.timeout, std::chrono::milliseconds(1), kLongest);
+  const EchoEnvironment environment(wholeSeconds(bounded.timeout));
+  EchoResult result = run(target, callingAeTitle, bounded, start + bounded.timeout);
+  result.elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+  return result;
+}
+
+EchoResult echo(const EchoTarget& target, std::string_view callingAeTitle, std::chrono::milliseconds timeout) {
+  return echo(target, callingAeTitle, EchoOptions{timeout, false});
 }
 
 }  // namespace telvor::dcmtk

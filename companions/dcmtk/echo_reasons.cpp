@@ -1,8 +1,8 @@
 #include "echo_reasons.hpp"
 
 #include <array>
-#include <cerrno>
 #include <cstdio>
+#include <mutex>
 
 #include "dcmtk/dcmnet/cond.h"
 #include "dcmtk/dcmnet/diutil.h"
@@ -15,22 +15,10 @@ namespace {
 
 std::string inQuotes(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
-std::string seconds(int n) { return std::to_string(n) + " s"; }
-
 EchoResult result(EchoOutcome outcome, std::string reason) { return {outcome, std::move(reason)}; }
 
 bool isDulCondition(const OFCondition& c, unsigned short code) {
   return c.module() == OFM_dcmnet && c.code() == code;
-}
-
-// The text the C library gives for an error number, as DCMTK put it into its message.
-std::string errorText(int number) {
-  char buffer[256];
-  return OFStandard::strerror(number, buffer, sizeof buffer);
-}
-
-bool mentions(const OFCondition& c, std::string_view text) {
-  return std::string_view(c.text()).find(text) != std::string_view::npos;
 }
 
 // --- association rejection -------------------------------------------------------------
@@ -152,21 +140,6 @@ EchoResult tlsFailure(const OFCondition& condition, const EchoContext& context) 
 
 // --- connection and association ----------------------------------------------------------
 
-EchoResult connectionFailure(const OFCondition& condition, const EchoContext& context,
-                             std::chrono::steady_clock::duration elapsed) {
-  if (mentions(condition, errorText(ECONNREFUSED)))
-    return result(EchoOutcome::connectionRefused,
-                  "Connection to " + context.endpoint +
-                      " refused: nothing listens on that port; check the port, and that the DICOM service runs.");
-  // DCMTK marks a connection that did not come up within its timeout with "(Timeout)".
-  if (mentions(condition, "(Timeout)") || elapsed >= std::chrono::seconds(context.timeoutSeconds))
-    return result(EchoOutcome::timedOut,
-                  "No connection to " + context.endpoint + " within " + seconds(context.timeoutSeconds) +
-                      ": the host is down or unreachable, or a firewall drops the connection.");
-  return result(EchoOutcome::connectionFailed, "No connection to " + context.endpoint + " (" + condition.text() +
-                                                   "): check the address and this computer's network.");
-}
-
 EchoResult closedByPeer(const EchoContext& context) {
   std::string reason = context.endpoint + " closed the connection without answering the association request: ";
   if (!context.target.tls)
@@ -178,6 +151,14 @@ EchoResult closedByPeer(const EchoContext& context) {
   return result(EchoOutcome::connectionClosed, std::move(reason));
 }
 
+// DCMTK's text for an echo status. DU_cechoStatusString formats statuses it does not know
+// into one static buffer, so echoes answered at the same time would write it together.
+std::string echoStatusText(unsigned status) {
+  static std::mutex buffer;
+  const std::lock_guard lock(buffer);
+  return DU_cechoStatusString(static_cast<Uint16>(status));
+}
+
 bool isProtocolError(const OFCondition& c) {
   return isDulCondition(c, DULC_UNRECOGNIZEDPDUTYPE) || c == DUL_ILLEGALPDU || c == DUL_ILLEGALPDULENGTH || c == DUL_UNEXPECTEDPDU ||
          c == DUL_UNSUPPORTEDPEERPROTOCOL;
@@ -185,23 +166,21 @@ bool isProtocolError(const OFCondition& c) {
 
 }  // namespace
 
-std::string endpointOf(const EchoTarget& target) { return target.address + ":" + std::to_string(target.port); }
+std::string endpointOf(const EchoTarget& target) {
+  const std::string& address = target.address;
+  const bool bareIpv6 = address.find(':') != std::string::npos && address.front() != '[';
+  return (bareIpv6 ? "[" + address + "]" : address) + ":" + std::to_string(target.port);
+}
 
-EchoResult associationFailure(const OFCondition& condition, T_ASC_Parameters* params, const EchoContext& context,
-                              std::chrono::steady_clock::duration elapsed) {
+EchoResult associationFailure(const OFCondition& condition, T_ASC_Parameters* params, const EchoContext& context) {
   if (condition == DUL_ASSOCIATIONREJECTED) return rejected(params, context);
-  if (isDulCondition(condition, DULC_UNKNOWNHOST))
-    return result(EchoOutcome::addressNotFound, "The address " + inQuotes(context.target.address) +
-                                                    " cannot be resolved: check the host name and this computer's "
-                                                    "name service (DNS).");
-  if (isDulCondition(condition, DULC_TCPINITERROR)) return connectionFailure(condition, context, elapsed);
   if (condition.module() == OFM_dcmtls || isDulCondition(condition, DULC_TLSERROR))
     return tlsFailure(condition, context);
   if (condition == DUL_READTIMEOUT)
     return result(EchoOutcome::timedOut, context.endpoint +
                                              " accepted the connection but did not answer the association request "
                                              "within " +
-                                             seconds(context.timeoutSeconds) +
+                                             context.timeoutText +
                                              ": check that the port belongs to a DICOM service.");
   if (condition == DUL_PEERABORTEDASSOCIATION || condition == DUL_NETWORKCLOSED ||
       isDulCondition(condition, DULC_TCPIOERROR))
@@ -222,7 +201,7 @@ EchoResult verificationRefused(const EchoContext& context) {
 EchoResult echoExchangeFailure(const OFCondition& condition, const EchoContext& context) {
   if (condition == DIMSE_NODATAAVAILABLE || condition == DUL_READTIMEOUT)
     return result(EchoOutcome::timedOut, context.endpoint + " accepted the association but did not answer the C-ECHO within " +
-                                             seconds(context.timeoutSeconds) + ".");
+                                             context.timeoutText + ".");
   if (condition == DUL_PEERABORTEDASSOCIATION || condition == DUL_NETWORKCLOSED)
     return result(EchoOutcome::connectionClosed,
                   context.endpoint + " closed the association instead of answering the C-ECHO.");
@@ -234,7 +213,7 @@ EchoResult echoStatusFailure(unsigned status, const EchoContext& context) {
   char code[16];
   std::snprintf(code, sizeof code, "0x%04X", status);
   return result(EchoOutcome::echoFailed, context.endpoint + " answered the C-ECHO with status " + code + " (" +
-                                             DU_cechoStatusString(static_cast<Uint16>(status)) +
+                                             echoStatusText(status) +
                                              "): the peer's verification service reports a problem; check its logs.");
 }
 

@@ -4,7 +4,6 @@
 // reason says what happened and what to do about it.
 #pragma once
 
-#include <chrono>
 #include <string>
 #include <string_view>
 
@@ -18,15 +17,13 @@ namespace telvor::dcmtk {
 struct EchoContext {
   const EchoTarget& target;
   std::string_view callingAeTitle;
-  int timeoutSeconds;
-  std::string endpoint;  // "address:port"
+  std::string timeoutText;  // the time allowed, as reasons show it ("2 s")
+  std::string endpoint;     // "address:port", an IPv6 address in brackets
 };
 
-// A failed association request: not connected, TLS down, rejected, no answer...
-// `params` is the request's parameters (for the rejection's reasons); `elapsed` how long
-// the request took (a connection that failed after the whole timeout timed out).
-EchoResult associationFailure(const OFCondition& condition, T_ASC_Parameters* params, const EchoContext& context,
-                              std::chrono::steady_clock::duration elapsed);
+// A failed association request: TLS down, rejected, no answer...
+// `params` is the request's parameters (for the rejection's reasons).
+EchoResult associationFailure(const OFCondition& condition, T_ASC_Parameters* params, const EchoContext& context);
 
 // The peer accepted the association but none of its presentation contexts.
 EchoResult verificationRefused(const EchoContext& context);
@@ -38,7 +35,7 @@ EchoResult echoStatusFailure(unsigned status, const EchoContext& context);
 // This side's set-up failed before anything was sent: "WHAT (DCMTK's text): ADVICE."
 EchoResult localFailure(std::string_view what, const OFCondition& condition, std::string_view advice = {});
 
-// The peer's name in reasons: "address:port".
+// The peer's name in reasons: "address:port", or "[IPv6 address]:port".
 std::string endpointOf(const EchoTarget& target);
 
 }  // namespace telvor::dcmtk

@@ -63,6 +63,8 @@ void forEachIndex(std::size_t count, unsigned jobs, Work work) {
   if (failure) std::rethrow_exception(failure);
 }
 
+EchoOptions echoOptions(const ProbeOptions& options) { return {options.timeout, options.checkFind}; }
+
 }  // namespace
 
 std::variant<EchoTarget, EchoResult> echoTarget(const DicomNode& node, const ProbeOptions& options) {
@@ -88,7 +90,7 @@ std::variant<EchoTarget, EchoResult> echoTarget(const DicomNode& node, const Pro
 EchoResult echoNode(const DicomNode& node, const ProbeOptions& options) {
   auto target = echoTarget(node, options);
   if (auto* result = std::get_if<EchoResult>(&target)) return std::move(*result);
-  return echo(std::get<EchoTarget>(target), options.callingAeTitle, options.timeout);
+  return echo(std::get<EchoTarget>(target), options.callingAeTitle, echoOptions(options));
 }
 
 std::vector<EchoResult> echoNodes(std::span<const DicomNode> nodes, const ProbeOptions& options, unsigned jobs) {
@@ -97,9 +99,14 @@ std::vector<EchoResult> echoNodes(std::span<const DicomNode> nodes, const ProbeO
   for (const auto& node : nodes) targets.push_back(echoTarget(node, options));
 
   std::vector<EchoResult> results(nodes.size());
+  std::mutex reporting;
   forEachIndex(nodes.size(), jobs, [&](std::size_t i) {
     if (auto* result = std::get_if<EchoResult>(&targets[i])) results[i] = std::move(*result);
-    else results[i] = echo(std::get<EchoTarget>(targets[i]), options.callingAeTitle, options.timeout);
+    else results[i] = echo(std::get<EchoTarget>(targets[i]), options.callingAeTitle, echoOptions(options));
+    if (options.onResult) {
+      const std::lock_guard lock(reporting);
+      options.onResult(i, results[i]);
+    }
   });
   return results;
 }

@@ -52,6 +52,22 @@ TEST(NodeEchoTarget, APlainNodeIsItsAddressPortAndAeTitle) {
   EXPECT_FALSE(std::get<EchoTarget>(echoTarget(node("pacs.example", "65535", "ARCHIVE"), options())).tls);
 }
 
+TEST(NodeEchoTarget, AddressesWithAPortOrASchemeAreNotContacted) {
+  SilentListener listener;
+  const std::string port = std::to_string(listener.port());
+  const std::pair<std::string, std::string> cases[] = {
+      {"127.0.0.1:" + port, "carries a port of its own"},
+      {"[::1]:" + port, "carries a port of its own"},
+      {"dicom://127.0.0.1", "begins with a scheme"},
+  };
+  for (const auto& [address, reason] : cases) {
+    const EchoResult result = echoNode(node(address, port, "ARCHIVE"), options());
+    EXPECT_EQ(result.outcome, EchoOutcome::notAttempted) << address;
+    EXPECT_THAT(result.reason, HasSubstr(reason)) << address;
+  }
+  EXPECT_FALSE(listener.contacted());
+}
+
 TEST(NodeEchoTarget, NodesMissingWhatAPeerNeedsAreNotAttempted) {
   struct Case {
     DicomNode node;
@@ -161,6 +177,31 @@ TEST(EchoNodesConcurrency, SlowNodesAreWaitedForSideBySide) {
   const auto elapsed = std::chrono::steady_clock::now() - start;
   for (const auto& result : results) EXPECT_EQ(result.outcome, EchoOutcome::timedOut) << result.reason;
   EXPECT_LT(elapsed, 2500ms) << "four 1 s timeouts one after the other would take 4 s";
+}
+
+TEST(EchoNodesConcurrency, StatusesAnsweredAtOnceKeepTheirOwnTexts) {
+  // DCMTK formats an echo status it does not know into one static buffer.
+  std::vector<std::unique_ptr<ScriptedScp>> scps;
+  std::vector<DicomNode> nodes;
+  for (std::uint16_t status = 0x0110; status < 0x0114; ++status) {
+    ScriptedScp::Script script;
+    script.echoStatus = status;
+    scps.push_back(std::make_unique<ScriptedScp>(script));
+    ASSERT_TRUE(scps.back()->ready());
+    nodes.push_back(node("127.0.0.1", std::to_string(scps.back()->port()), "SCRIPTED"));
+  }
+  for (int round = 0; round < 5; ++round) {
+    const auto results = echoNodes(nodes, options(), 4);
+    for (std::size_t i = 0; i < results.size(); ++i) {
+      EXPECT_EQ(results[i].outcome, EchoOutcome::echoFailed) << results[i].reason;
+      // "status 0x0110 (Unknown Status: 0x110)": DCMTK's text in brackets names the same status.
+      char ours[24], dcmtks[16];
+      std::snprintf(ours, sizeof ours, "status 0x%04zX (", 0x0110 + i);
+      std::snprintf(dcmtks, sizeof dcmtks, "0x%zx)", 0x0110 + i);
+      EXPECT_THAT(results[i].reason, HasSubstr(ours));
+      EXPECT_THAT(results[i].reason, HasSubstr(dcmtks));
+    }
+  }
 }
 
 TEST(ProbeStatus, AnsweredIsOnlineNothingLearntIsUnknownTheRestOffline) {

@@ -12,7 +12,7 @@ struct ProblemRow {
   std::string_view message;  // "{}" stands for the offending value where one is shown
 };
 
-constexpr std::array<ProblemRow, 10> kProblems{{
+constexpr std::array<ProblemRow, 12> kProblems{{
     {NodeProblemCode::aetitleMissing, "aetitle-missing", "AE title is missing: set the peer's application entity title."},
     {NodeProblemCode::aetitleEmpty, "aetitle-empty", "AE title is empty: set the peer's application entity title."},
     {NodeProblemCode::aetitleAllSpaces, "aetitle-all-spaces",
@@ -25,6 +25,11 @@ constexpr std::array<ProblemRow, 10> kProblems{{
     {NodeProblemCode::portInvalid, "port-invalid", "Port \"{}\" is not a number from 1 to 65535: correct it."},
     {NodeProblemCode::addressMissing, "address-missing", "Address is missing: set the peer's host name or IP address."},
     {NodeProblemCode::addressEmpty, "address-empty", "Address is empty: set the peer's host name or IP address."},
+    {NodeProblemCode::addressWithPort, "address-with-port",
+     "Address \"{}\" carries a port of its own: keep only the host name or IP address, and the port in the "
+     "port field."},
+    {NodeProblemCode::addressWithScheme, "address-with-scheme",
+     "Address \"{}\" begins with a scheme: keep only the host name or IP address (TLS is a setting of its own)."},
     {NodeProblemCode::wadoUrlMissing, "wado-url-missing",
      "Retrieve mode is WADO but no WADO URL is set: set the URL or choose C-MOVE or C-GET."},
 }};
@@ -76,6 +81,40 @@ bool isPortNumber(std::string_view text) noexcept {
   return value >= 1 && value <= 65535;
 }
 
+bool isDigits(std::string_view text) noexcept {
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// "scheme://...", where a scheme is a letter followed by letters, digits, "+", "-" or ".".
+bool hasScheme(std::string_view address) noexcept {
+  const auto end = address.find("://");
+  if (end == std::string_view::npos || end == 0) return false;
+  const std::string_view scheme = address.substr(0, end);
+  const auto isAlpha = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+  if (!isAlpha(scheme.front())) return false;
+  for (const char c : scheme)
+    if (!isAlpha(c) && !(c >= '0' && c <= '9') && c != '+' && c != '-' && c != '.') return false;
+  return true;
+}
+
+// "host:104" or "[v6]:104". A bare IPv6 address holds several colons and is a host.
+bool hasPort(std::string_view address) noexcept {
+  if (address.starts_with('[')) {
+    const auto close = address.find(']');
+    return close != std::string_view::npos && address.substr(close + 1).starts_with(':');
+  }
+  const auto colon = address.find(':');
+  return colon != std::string_view::npos && address.find(':', colon + 1) == std::string_view::npos &&
+         isDigits(address.substr(colon + 1));
+}
+
+void checkAddress(const std::optional<std::string>& address, std::vector<NodeProblem>& out) {
+  if (!address) return out.push_back(problem(NodeProblemCode::addressMissing));
+  if (address->empty()) return out.push_back(problem(NodeProblemCode::addressEmpty));
+  if (hasScheme(*address)) return out.push_back(problem(NodeProblemCode::addressWithScheme, *address));
+  if (hasPort(*address)) out.push_back(problem(NodeProblemCode::addressWithPort, *address));
+}
+
 }  // namespace
 
 std::string_view codeName(NodeProblemCode code) noexcept { return row(code).name; }
@@ -85,8 +124,7 @@ std::vector<NodeProblem> validate(const DicomNode& node) {
   checkAeTitle(node.aetitle, problems);
   if (!node.port) problems.push_back(problem(NodeProblemCode::portMissing));
   else if (!isPortNumber(*node.port)) problems.push_back(problem(NodeProblemCode::portInvalid, *node.port));
-  if (!node.address) problems.push_back(problem(NodeProblemCode::addressMissing));
-  else if (node.address->empty()) problems.push_back(problem(NodeProblemCode::addressEmpty));
+  checkAddress(node.address, problems);
   if (node.retrieveMode == RetrieveModeType::wado && (!node.wadoSettings.url || node.wadoSettings.url->empty()))
     problems.push_back(problem(NodeProblemCode::wadoUrlMissing));
   return problems;

@@ -6,8 +6,10 @@
 // The checks: the AE title follows DICOM's AE value representation (present, not empty,
 // not all spaces, at most 16 characters once leading and trailing spaces are removed,
 // only printable ASCII without the backslash); the port is present and a decimal number
-// from 1 to 65535; the address is present and not empty; a node retrieved over WADO
-// has a WADO URL. The record's own forms accept all of these; only a network peer will not.
+// from 1 to 65535; the address is present, not empty, and only a host: no port of its own
+// ("10.0.0.5:104", "[::1]:104") and no scheme ("dicom://pacs"), which the port field and
+// the node's TLS setting stand for (an IPv6 address such as "::1" or "[::1]" is a host);
+// a node retrieved over WADO has a WADO URL. The record's own forms accept all of these; only a network peer will not.
 #pragma once
 
 #include <string>
@@ -29,6 +31,8 @@ enum class NodeProblemCode {
   portInvalid,
   addressMissing,
   addressEmpty,
+  addressWithPort,
+  addressWithScheme,
   wadoUrlMissing,
 };
 

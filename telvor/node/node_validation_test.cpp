@@ -46,6 +46,16 @@ TEST(NodeValidation, RulesAsATable) {
       {[](auto& n) { n.port = "99999999999999999999"; }, {C::portInvalid}},
       {[](auto& n) { n.address.reset(); }, {C::addressMissing}},
       {[](auto& n) { n.address = ""; }, {C::addressEmpty}},
+      // IPv6 addresses are hosts, with or without brackets; a port or a scheme is not.
+      {[](auto& n) { n.address = "::1"; }, {}},
+      {[](auto& n) { n.address = "[::1]"; }, {}},
+      {[](auto& n) { n.address = "fe80::1:104"; }, {}},
+      {[](auto& n) { n.address = "pacs.example.org"; }, {}},
+      {[](auto& n) { n.address = "127.0.0.1:21100"; }, {C::addressWithPort}},
+      {[](auto& n) { n.address = "pacs:104"; }, {C::addressWithPort}},
+      {[](auto& n) { n.address = "[::1]:104"; }, {C::addressWithPort}},
+      {[](auto& n) { n.address = "dicom://pacs"; }, {C::addressWithScheme}},
+      {[](auto& n) { n.address = "https://pacs:443/x"; }, {C::addressWithScheme}},
       {[](auto& n) { n.retrieveMode = RetrieveModeType::wado; }, {C::wadoUrlMissing}},
       {[](auto& n) { n.retrieveMode = RetrieveModeType::wado, n.wadoSettings.url = ""; }, {C::wadoUrlMissing}},
       {[](auto& n) { n.retrieveMode = RetrieveModeType::wado, n.wadoSettings.url = "https://pacs/wado"; }, {}},
@@ -69,6 +79,15 @@ TEST(NodeValidation, MessagesNameTheValueAndTheFix) {
   ASSERT_EQ(problems.size(), 1u);
   EXPECT_EQ(problems[0].message, "Port \"70000\" is not a number from 1 to 65535: correct it.");
   EXPECT_EQ(codeName(problems[0].code), "port-invalid");
+
+  n = working();
+  n.address = "127.0.0.1:21100";
+  const auto withPort = validate(n);
+  ASSERT_EQ(withPort.size(), 1u);
+  EXPECT_EQ(withPort[0].message,
+            "Address \"127.0.0.1:21100\" carries a port of its own: keep only the host name or IP address, and the "
+            "port in the port field.");
+  EXPECT_EQ(codeName(withPort[0].code), "address-with-port");
 }
 
 }  // namespace

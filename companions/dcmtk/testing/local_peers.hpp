@@ -7,12 +7,14 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -253,6 +255,12 @@ class SilentListener {
 
   std::uint16_t port() const { return port_; }
 
+  // Whether a connection came in (and waits in the accept queue).
+  bool contacted() const {
+    pollfd waiting{fd_, POLLIN, 0};
+    return ::poll(&waiting, 1, 0) == 1;
+  }
+
   // Fills the accept queue with connections of its own so that the kernel drops further
   // connection attempts: connecting then times out. True when a further attempt indeed
   // goes unanswered for 300 ms.
@@ -388,6 +396,135 @@ class AcceptNothingScp {
   }
 
   T_ASC_Network* network_ = nullptr;
+  std::uint16_t port_ = 0;
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
+// A listener on 127.0.0.1 that accepts one connection at a time, sends it `header` at
+// once and then the body it announces one byte every 1.5 s: each read gets something, so
+// timeouts counted per read never pass. Sends at most 40 bytes of body per connection.
+class TricklingPeer {
+ public:
+  explicit TricklingPeer(std::vector<unsigned char> header) : header_(std::move(header)) {
+    listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), length) == 0 && ::listen(listener_, 4) == 0 &&
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+      port_ = ntohs(address.sin_port);
+    if (port_ != 0) thread_ = std::thread([this] { serve(); });
+  }
+  ~TricklingPeer() {
+    stop_ = true;
+    if (thread_.joinable()) thread_.join();
+    ::close(listener_);
+  }
+  TricklingPeer(const TricklingPeer&) = delete;
+  TricklingPeer& operator=(const TricklingPeer&) = delete;
+
+  bool ready() const { return port_ != 0; }
+  std::uint16_t port() const { return port_; }
+  // Bytes of body sent so far.
+  int bodyBytesSent() const { return sent_.load(); }
+
+ private:
+  // Waits up to `limit` unless stopped; false when stopped.
+  bool pause(std::chrono::milliseconds limit) const {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!stop_ && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(20ms);
+    return !stop_;
+  }
+  void serve() {
+    while (!stop_) {
+      pollfd waiting{listener_, POLLIN, 0};
+      if (::poll(&waiting, 1, 50) != 1) continue;
+      const int connection = ::accept(listener_, nullptr, nullptr);
+      if (connection < 0) continue;
+      const auto size = static_cast<ssize_t>(header_.size());
+      if (::send(connection, header_.data(), header_.size(), MSG_NOSIGNAL) == size) {
+        for (int i = 0; i < 40; ++i) {
+          const unsigned char byte = 0;
+          if (::send(connection, &byte, 1, MSG_NOSIGNAL) != 1) break;
+          ++sent_;
+          if (!pause(1500ms)) break;
+        }
+      }
+      ::close(connection);
+    }
+  }
+
+  std::vector<unsigned char> header_;
+  int listener_ = -1;
+  std::uint16_t port_ = 0;
+  std::atomic<bool> stop_{false};
+  std::atomic<int> sent_{0};
+  std::thread thread_;
+};
+
+// Carries connections made to [::1]:port() to 127.0.0.1:`target`, one at a time, so that
+// a peer that listens on IPv4 only can be reached at an IPv6 address. Not ready when this
+// computer has no IPv6 loopback.
+class Ipv6Relay {
+ public:
+  explicit Ipv6Relay(std::uint16_t target) : target_(target) {
+    listener_ = ::socket(AF_INET6, SOCK_STREAM, 0);
+    sockaddr_in6 address{};
+    address.sin6_family = AF_INET6;
+    address.sin6_addr = in6addr_loopback;
+    socklen_t length = sizeof address;
+    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), length) == 0 && ::listen(listener_, 4) == 0 &&
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+      port_ = ntohs(address.sin6_port);
+    if (port_ != 0) thread_ = std::thread([this] { serve(); });
+  }
+  ~Ipv6Relay() {
+    stop_ = true;
+    if (thread_.joinable()) thread_.join();
+    ::close(listener_);
+  }
+  Ipv6Relay(const Ipv6Relay&) = delete;
+  Ipv6Relay& operator=(const Ipv6Relay&) = delete;
+
+  bool ready() const { return port_ != 0; }
+  std::uint16_t port() const { return port_; }
+
+ private:
+  void serve() {
+    while (!stop_) {
+      pollfd waiting{listener_, POLLIN, 0};
+      if (::poll(&waiting, 1, 50) != 1) continue;
+      const int inbound = ::accept(listener_, nullptr, nullptr);
+      if (inbound < 0) continue;
+      const int outbound = ::socket(AF_INET, SOCK_STREAM, 0);
+      sockaddr_in address{};
+      address.sin_family = AF_INET;
+      address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+      address.sin_port = htons(target_);
+      if (::connect(outbound, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) pump(inbound, outbound);
+      ::close(outbound);
+      ::close(inbound);
+    }
+  }
+  // Copies both ways until one side closes (or 30 s pass, or the relay stops).
+  void pump(int a, int b) {
+    const auto end = std::chrono::steady_clock::now() + 30s;
+    std::array<pollfd, 2> sides{{{a, POLLIN, 0}, {b, POLLIN, 0}}};
+    char buffer[16384];
+    while (!stop_ && std::chrono::steady_clock::now() < end) {
+      if (::poll(sides.data(), sides.size(), 50) <= 0) continue;
+      for (std::size_t i = 0; i < 2; ++i) {
+        if (sides[i].revents == 0) continue;
+        const ssize_t n = ::recv(sides[i].fd, buffer, sizeof buffer, 0);
+        if (n <= 0 || ::send(sides[1 - i].fd, buffer, static_cast<std::size_t>(n), MSG_NOSIGNAL) != n) return;
+      }
+    }
+  }
+
+  std::uint16_t target_;
+  int listener_ = -1;
   std::uint16_t port_ = 0;
   std::atomic<bool> stop_{false};
   std::thread thread_;

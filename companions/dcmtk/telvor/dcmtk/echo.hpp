@@ -1,14 +1,18 @@
 // A DICOM C-ECHO (verification) to one peer, through DCMTK, with a verdict a person can act on.
 //
 //   telvor::dcmtk::EchoTarget target{.address = "10.0.0.5", .port = 104, .calledAeTitle = "ARCHIVE"};
-//   auto result = telvor::dcmtk::echo(target, "VIEWER", std::chrono::seconds(2));
+//   auto result = telvor::dcmtk::echo(target, "VIEWER", {.timeout = std::chrono::seconds(2), .checkFind = true});
 //   if (!result.answered()) show(result.reason);
-//   // "Connection to 10.0.0.5:104 refused: no DICOM service listens on that port; ..."
+//   // "Connection to 10.0.0.5:104 refused: nothing listens on that port; ..."
+//   else if (result.query && !result.query->answered()) show(result.query->reason);
 //
-// The echo connects (over TLS when asked), requests an association proposing the
-// Verification service, sends one C-ECHO, and releases the association. It never throws
-// for network conditions and never logs: every outcome is a result. Most applications
-// probe nodes through telvor/dcmtk/node_probe.hpp, which builds the target from a node.
+// The echo resolves the address and connects (both bounded by the timeout, IPv6 included),
+// hands the connection to DCMTK, which requests an association proposing the Verification
+// service (and Study Root C-FIND when asked), sends one C-ECHO (and one C-FIND that matches
+// nothing), and releases the association. The timeout bounds all of it together: when it
+// passes, the connection is shut down, whatever the peer is doing. It never throws for
+// network conditions and never logs: every outcome is a result. Most applications probe
+// nodes through telvor/dcmtk/node_probe.hpp, which builds the target from a node.
 //
 // DCMTK keeps its connection and socket timeouts and its loggers in process-wide state.
 // While at least one echo runs, the companion sets those timeouts (to the largest timeout
@@ -53,7 +57,7 @@ struct EchoTls {
 
 // The peer to echo.
 struct EchoTarget {
-  std::string address;         // host name or IPv4 address
+  std::string address;         // host name, IPv4 or IPv6 address ("::1" or "[::1]"), without a port
   std::uint16_t port = 104;    // TCP port, 1 to 65535
   std::string calledAeTitle;   // the peer's AE title, 1 to 16 characters
   std::optional<EchoTls> tls;  // absent: plain TCP
@@ -69,7 +73,7 @@ enum class EchoOutcome {
   addressNotFound,           // the host name does not resolve
   connectionRefused,         // nothing listens on the port
   connectionFailed,          // no TCP connection for another reason (unreachable, ...)
-  timedOut,                  // no connection, association answer or echo answer in time
+  timedOut,                  // the timeout passed (name lookup, connection or any answer)
   tlsHandshakeFailed,        // TLS did not come up (certificate, profile, not TLS)
   connectionClosed,          // the peer hung up or aborted before answering
   associationRejected,       // the peer rejected the association (AE titles, load, ...)
@@ -78,10 +82,33 @@ enum class EchoOutcome {
   protocolError,             // the peer answered, but not as a DICOM service does
 };
 
+// Whether a peer answers queries, told by a C-FIND that matches nothing.
+enum class QueryOutcome {
+  answered,  // the peer answered the C-FIND (with Success, or matches)
+  refused,   // the peer does not offer Study Root C-FIND to this application, or refused the query
+  failed,    // no answer: the time ran out or the connection ended
+};
+
+// "yes", "refused" or "failed", as a person reads it after "query: ".
+TELVOR_DCMTK_API std::string_view title(QueryOutcome outcome) noexcept;
+
+struct QueryAnswer {
+  QueryOutcome outcome = QueryOutcome::failed;
+  std::string reason;  // what the peer said or did; empty when answered
+  bool answered() const noexcept { return outcome == QueryOutcome::answered; }
+};
+
 struct EchoResult {
+  EchoResult() = default;
+  EchoResult(EchoOutcome outcome, std::string reason) : outcome(outcome), reason(std::move(reason)) {}
+
   EchoOutcome outcome = EchoOutcome::notAttempted;
   // What happened and what to do about it, in one or two sentences; empty when answered.
   std::string reason;
+  // How long the probe took, from its start to its result.
+  std::chrono::milliseconds elapsed{0};
+  // Present when a query check was asked for and the echo was answered.
+  std::optional<QueryAnswer> query;
 
   bool answered() const noexcept { return outcome == EchoOutcome::answered; }
   // True when the result tells something about the peer (reachable or not).
@@ -93,11 +120,22 @@ struct EchoResult {
 // The timeout used when none is given.
 inline constexpr std::chrono::milliseconds kDefaultEchoTimeout = std::chrono::seconds(5);
 
+struct EchoOptions {
+  // How long the whole probe may take: name resolution, connection, association, echo,
+  // query check and release together (1 ms to a day; values outside are brought inside).
+  std::chrono::milliseconds timeout = kDefaultEchoTimeout;
+  // After an answered echo, ask a Study Root C-FIND at study level for a study that
+  // cannot exist, and give the peer's answer in EchoResult::query.
+  bool checkFind = false;
+};
+
 // Echoes `target`, presenting `callingAeTitle` (1 to 16 printable ASCII characters, no
-// backslash). Connecting, the association's answer, the echo's answer and the release
-// each wait at most `timeout`; DCMTK counts whole seconds, so it is rounded up to the
-// next whole second (at least one).
-// Safe to call from several threads at once. Throws only std::bad_alloc.
+// backslash), and returns within the timeout (plus the moment it takes to close the
+// connection). Safe to call from several threads at once. Throws only std::bad_alloc.
+TELVOR_DCMTK_API EchoResult echo(const EchoTarget& target, std::string_view callingAeTitle,
+                                 const EchoOptions& options);
+
+// The same with only a timeout.
 TELVOR_DCMTK_API EchoResult echo(const EchoTarget& target, std::string_view callingAeTitle,
                                  std::chrono::milliseconds timeout = kDefaultEchoTimeout);
 

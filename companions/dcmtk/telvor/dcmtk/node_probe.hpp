@@ -12,8 +12,9 @@
 // A node is echoed at its address, port and AE title, over TLS when its TLS settings are
 // on (with their profile and peer verification, and the client certificate the
 // application holds for the node's tlsCertificateID when the node authenticates with one).
-// A node that lacks what a peer needs (AE title, port 1 to 65535, address) is not echoed;
-// its result (notAttempted) gives the same reasons as telvor::validate.
+// A node that lacks what a peer needs (AE title, port 1 to 65535, an address without a port
+// or scheme) is not echoed; its result (notAttempted) gives the same reasons as
+// telvor::validate.
 #pragma once
 
 #include <chrono>
@@ -35,8 +36,10 @@ namespace telvor::dcmtk {
 struct ProbeOptions {
   // This application's AE title, presented to every node (1 to 16 characters).
   std::string callingAeTitle;
-  // How long each step of an echo may wait (see echo()).
+  // How long each node's whole probe may take (see EchoOptions).
   std::chrono::milliseconds timeout = kDefaultEchoTimeout;
+  // After an answered echo, also ask whether the node answers queries (EchoResult::query).
+  bool checkFind = false;
   // The application's reverse-domain identifier, which begins each node's tlsCertificateID.
   std::string applicationIdentifier;
   // The client certificate the application holds under a certificate identifier, if any.
@@ -45,6 +48,10 @@ struct ProbeOptions {
   // Trusted authorities for nodes that verify their peer (see EchoTls).
   std::vector<std::string> trustedCertificateFiles;
   std::vector<std::string> trustedCertificateDirectories;
+  // Told of each node's result as soon as it is known (its index in `nodes`), for progress
+  // displays. Called by echoNodes and probeAll from the threads that echo, one call at a
+  // time; it must not throw.
+  std::function<void(std::size_t index, const EchoResult& result)> onResult;
 };
 
 // The echo target a node stands for, or, when it cannot be echoed, the result saying why:
