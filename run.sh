@@ -74,7 +74,7 @@ cmd_core() {
   deps
   local dir=$BUILD_ROOT/core
   configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}" -DTELVOR_BUILD_JSON=OFF -DTELVOR_BUILD_PLIST=OFF \
-    -DTELVOR_BUILD_DCMTK=OFF
+    -DTELVOR_BUILD_DCMTK=OFF -DTELVOR_BUILD_PEERS=OFF -DTELVOR_BUILD_QT=OFF
   build "$dir"
   suite "$dir"
 }

@@ -6,27 +6,16 @@
 #include <vector>
 
 #include "command.hpp"
-#include "peer_formats.hpp"
 #include "peers_commands.hpp"
 
 namespace telvor::tool {
-namespace {
-
-std::vector<std::string> formatNames() {
-  std::vector<std::string> names;
-  for (const PeerFormat& format : peerFormats()) names.emplace_back(format.name);
-  return names;
-}
-
-}  // namespace
 
 CommandSpec importCommand() {
   return {"import", "another system's peer list into a catalogue (losses reported on standard error)",
           [](CLI::App& command) {
             auto request = std::make_shared<ImportRequest>();
-            command.add_option("--from", request->format, "the other system's format")
-                ->required()
-                ->check(CLI::IsMember(formatNames()));
+            command.add_option("--from", request->format, "the other system's format (an unknown name lists the ones offered)")
+                ->required();
             command.add_option("SOURCE", request->source, "the other system's file; \"-\" reads standard input")
                 ->required();
             command.add_option("-o,--output", request->catalogue,
@@ -43,9 +32,8 @@ CommandSpec exportCommand() {
   return {"export", "a catalogue as another system's peer list (losses reported on standard error)",
           [](CLI::App& command) {
             auto request = std::make_shared<ExportRequest>();
-            command.add_option("--to", request->format, "the other system's format")
-                ->required()
-                ->check(CLI::IsMember(formatNames()));
+            command.add_option("--to", request->format, "the other system's format (an unknown name lists the ones offered)")
+                ->required();
             command.add_option("CATALOGUE", request->catalogue, "property-list catalogue; \"-\" reads standard input")
                 ->required();
             command.add_option("-o,--output", request->output, "output file (default: standard output)");
