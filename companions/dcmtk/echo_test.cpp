@@ -31,9 +31,9 @@ struct Timed {
   EchoResult result;
   std::chrono::steady_clock::duration elapsed;
 };
-Timed timedEcho(const EchoTarget& target, std::chrono::milliseconds timeout = kTimeout) {
+Timed timedEcho(const EchoTarget& target, EchoOptions options = {kTimeout, false}) {
   const auto start = std::chrono::steady_clock::now();
-  EchoResult result = echo(target, "TELVOR-TEST", timeout);
+  EchoResult result = echo(target, "TELVOR-TEST", options);
   return {std::move(result), std::chrono::steady_clock::now() - start};
 }
 
@@ -55,6 +55,7 @@ TEST_F(EchoOverTcp, StorescpAnswersAndNothingIsLogged) {
   EXPECT_EQ(result.outcome, EchoOutcome::answered) << result.reason;
   EXPECT_TRUE(result.answered());
   EXPECT_EQ(result.reason, "");
+  EXPECT_FALSE(result.query);  // no query check unless asked
   EXPECT_EQ(logged, "");
 }
 
@@ -151,6 +152,67 @@ TEST_F(EchoOverTcp, DcmtkSettingsComeBackAfterwards) {
   EXPECT_EQ(logger.getLogLevel(), OFLogger::INFO_LOG_LEVEL);
   dcmConnectionTimeout.set(-1);
   logger.setLogLevel(::dcmtk::log4cplus::NOT_SET_LOG_LEVEL);
+}
+
+TEST_F(EchoOverTcp, APeerThatTricklesBytesIsCutOffAtTheDeadline) {
+  struct Case {
+    std::string label;
+    std::vector<unsigned char> header;  // sent at once; the body it announces then trickles
+    std::optional<EchoTls> tls;
+  };
+  const Case cases[] = {
+      // An A-ASSOCIATE-AC announcing 4 KiB: DCMTK reads the body with a timeout per read.
+      {"TCP", {0x02, 0x00, 0x00, 0x00, 0x10, 0x00}, std::nullopt},
+      // A TLS handshake record announcing 16 KiB, in the middle of the handshake.
+      {"TLS", {0x16, 0x03, 0x03, 0x40, 0x00}, EchoTls{TLSSecurityProfile::profile4, false, {}, {}, {}}},
+  };
+  for (const auto& c : cases) {
+    TricklingPeer peer(c.header);
+    ASSERT_TRUE(peer.ready());
+    const Timed t = timedEcho({"127.0.0.1", peer.port(), "ARCHIVE", c.tls}, {2s, true});
+    EXPECT_EQ(t.result.outcome, EchoOutcome::timedOut) << c.label << ": " << t.result.reason;
+    EXPECT_THAT(t.result.reason, HasSubstr("did not answer the association request within 2 s")) << c.label;
+    EXPECT_FALSE(t.result.query) << c.label;
+    EXPECT_LT(t.elapsed, 2s + kMargin) << c.label;
+    EXPECT_LE(t.result.elapsed, t.elapsed) << c.label;
+    EXPECT_GE(peer.bodyBytesSent(), 2) << c.label << ": the peer did not trickle";
+  }
+}
+
+TEST_F(EchoOverTcp, Ipv6AddressesWorkWithAndWithoutBrackets) {
+  REQUIRE_PROGRAM("storescp");
+  ServerProcess scp({findProgram("storescp"), "-od", dir.path().string()}, dir / "storescp.log");
+  ASSERT_TRUE(scp.ready());
+  Ipv6Relay relay(scp.port());
+  if (!relay.ready()) GTEST_SKIP() << "this computer has no IPv6 loopback address (::1)";
+  for (const char* address : {"::1", "[::1]", "0:0:0:0:0:0:0:1"}) {
+    const EchoResult result = echo({address, relay.port(), "STORESCP", std::nullopt}, "TELVOR-TEST", 2s);
+    EXPECT_TRUE(result.answered()) << address << ": " << result.reason;
+  }
+  // A port bound but not listening refuses; the reason writes the address in brackets.
+  const BoundSocket bound = bindLoopback(AF_INET6);
+  ASSERT_NE(bound.port, 0);
+  const EchoResult refused = echo({"::1", bound.port, "STORESCP", std::nullopt}, "TELVOR-TEST", 2s);
+  ::close(bound.fd);
+  EXPECT_EQ(refused.outcome, EchoOutcome::connectionRefused) << refused.reason;
+  EXPECT_THAT(refused.reason, HasSubstr("Connection to [::1]:" + std::to_string(bound.port) + " refused"));
+}
+
+TEST_F(EchoOverTcp, TheQueryCheckTellsDcmqrscpWhichAnswersFromStorescpWhichRefuses) {
+  REQUIRE_PROGRAM("dcmqrscp");
+  REQUIRE_PROGRAM("storescp");
+  ServerProcess archive = startDcmqrscp(dir, "ARCHIVE");
+  ServerProcess store({findProgram("storescp"), "-od", dir.path().string()}, dir / "storescp.log");
+  ASSERT_TRUE(archive.ready() && store.ready());
+  const EchoResult answered = echo(localTarget(archive.port(), "ARCHIVE"), "TELVOR-TEST", EchoOptions{5s, true});
+  ASSERT_TRUE(answered.answered() && answered.query) << answered.reason;
+  EXPECT_EQ(answered.query->outcome, QueryOutcome::answered) << answered.query->reason;
+  EXPECT_EQ(title(answered.query->outcome), "yes");
+  const EchoResult refused = echo(localTarget(store.port(), "STORESCP"), "TELVOR-TEST", EchoOptions{5s, true});
+  ASSERT_TRUE(refused.answered() && refused.query) << refused.reason;
+  EXPECT_EQ(refused.query->outcome, QueryOutcome::refused);
+  EXPECT_THAT(refused.query->reason,
+              HasSubstr(endpoint(store.port()) + " does not offer Study Root C-FIND to this application"));
 }
 
 TEST(EchoTargetCheck, UnusableTargetsAreNotAttempted) {

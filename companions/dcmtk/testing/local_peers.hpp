@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -136,19 +137,46 @@ inline bool runProgram(const std::vector<std::string>& argv, const fs::path& log
   return child.started() && child.exitStatus(limit) == 0;
 }
 
+// A TCP socket bound to a free port on the loopback address of `family` (AF_INET or
+// AF_INET6), listening when `backlog` is given; -1 and port 0 when that fails.
+struct BoundSocket {
+  int fd = -1;
+  std::uint16_t port = 0;
+};
+inline BoundSocket bindLoopback(int family = AF_INET, std::optional<int> backlog = std::nullopt) {
+  BoundSocket bound{::socket(family, SOCK_STREAM, 0), 0};
+  sockaddr_storage address{};
+  address.ss_family = static_cast<sa_family_t>(family);
+  if (family == AF_INET6) reinterpret_cast<sockaddr_in6&>(address).sin6_addr = in6addr_loopback;
+  else reinterpret_cast<sockaddr_in&>(address).sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t length = family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
+  auto* raw = reinterpret_cast<sockaddr*>(&address);
+  if (::bind(bound.fd, raw, length) == 0 && (!backlog || ::listen(bound.fd, *backlog) == 0) &&
+      ::getsockname(bound.fd, raw, &length) == 0)
+    bound.port = ntohs(family == AF_INET6 ? reinterpret_cast<sockaddr_in6&>(address).sin6_port
+                                          : reinterpret_cast<sockaddr_in&>(address).sin_port);
+  return bound;
+}
+
 // A TCP port on 127.0.0.1 that nothing used a moment ago.
 inline std::uint16_t freePort() {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+  const BoundSocket bound = bindLoopback();
+  ::close(bound.fd);
+  return bound.port;
+}
+
+// A socket connected (or connecting, with SOCK_NONBLOCK in `flags`) to 127.0.0.1:`port`.
+inline int connectLoopback(std::uint16_t port, int flags = 0) {
+  const int fd = ::socket(AF_INET, SOCK_STREAM | flags, 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  std::uint16_t port = 0;
-  if (::bind(fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-      ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-    port = ntohs(address.sin_port);
-  ::close(fd);
-  return port;
+  address.sin_port = htons(port);
+  if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 && !(flags & SOCK_NONBLOCK)) {
+    ::close(fd);
+    return -1;
+  }
+  return fd;
 }
 
 // Whether something listens on `port` (IPv4 or IPv6), read from the kernel's socket table
@@ -236,28 +264,19 @@ inline std::optional<Certificate> makeCertificate(const TempDir& dir, const std:
 // connection, nobody reads the association request.
 class SilentListener {
  public:
-  explicit SilentListener(int backlog = 8) {
-    fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (::bind(fd_, reinterpret_cast<sockaddr*>(&address), length) == 0 && ::listen(fd_, backlog) == 0 &&
-        ::getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-      port_ = ntohs(address.sin_port);
-  }
+  explicit SilentListener(int backlog = 8) : bound_(bindLoopback(AF_INET, backlog)) {}
   ~SilentListener() {
     for (const int fd : fillers_) ::close(fd);
-    ::close(fd_);
+    ::close(bound_.fd);
   }
   SilentListener(const SilentListener&) = delete;
   SilentListener& operator=(const SilentListener&) = delete;
 
-  std::uint16_t port() const { return port_; }
+  std::uint16_t port() const { return bound_.port; }
 
   // Whether a connection came in (and waits in the accept queue).
   bool contacted() const {
-    pollfd waiting{fd_, POLLIN, 0};
+    pollfd waiting{bound_.fd, POLLIN, 0};
     return ::poll(&waiting, 1, 0) == 1;
   }
 
@@ -265,9 +284,9 @@ class SilentListener {
   // connection attempts: connecting then times out. True when a further attempt indeed
   // goes unanswered for 300 ms.
   bool fillBacklog() {
-    for (int i = 0; i < 8; ++i) fillers_.push_back(connectNonBlocking());
+    for (int i = 0; i < 8; ++i) fillers_.push_back(connectLoopback(bound_.port, SOCK_NONBLOCK));
     std::this_thread::sleep_for(100ms);
-    const int probe = connectNonBlocking();
+    const int probe = connectLoopback(bound_.port, SOCK_NONBLOCK);
     fillers_.push_back(probe);
     fd_set writable;
     FD_ZERO(&writable);
@@ -277,18 +296,7 @@ class SilentListener {
   }
 
  private:
-  int connectNonBlocking() const {
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port_);
-    ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    return fd;
-  }
-
-  int fd_ = -1;
-  std::uint16_t port_ = 0;
+  BoundSocket bound_;
   std::vector<int> fillers_;
 };
 
@@ -401,67 +409,72 @@ class AcceptNothingScp {
   std::thread thread_;
 };
 
-// A listener on 127.0.0.1 that accepts one connection at a time, sends it `header` at
-// once and then the body it announces one byte every 1.5 s: each read gets something, so
-// timeouts counted per read never pass. Sends at most 40 bytes of body per connection.
-class TricklingPeer {
+// Accepts connections on the loopback address of `family` one at a time, on a thread of
+// its own, and hands each to `handle`, which may watch `stop`; closes each afterwards.
+class AcceptLoop {
  public:
-  explicit TricklingPeer(std::vector<unsigned char> header) : header_(std::move(header)) {
-    listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), length) == 0 && ::listen(listener_, 4) == 0 &&
-        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-      port_ = ntohs(address.sin_port);
-    if (port_ != 0) thread_ = std::thread([this] { serve(); });
+  using Handler = std::function<void(int connection, const std::atomic<bool>& stop)>;
+  AcceptLoop(int family, Handler handle) : bound_(bindLoopback(family, 4)), handle_(std::move(handle)) {
+    if (bound_.port != 0) thread_ = std::thread([this] { serve(); });
   }
-  ~TricklingPeer() {
+  ~AcceptLoop() {
     stop_ = true;
     if (thread_.joinable()) thread_.join();
-    ::close(listener_);
+    ::close(bound_.fd);
   }
-  TricklingPeer(const TricklingPeer&) = delete;
-  TricklingPeer& operator=(const TricklingPeer&) = delete;
+  AcceptLoop(const AcceptLoop&) = delete;
+  AcceptLoop& operator=(const AcceptLoop&) = delete;
 
-  bool ready() const { return port_ != 0; }
-  std::uint16_t port() const { return port_; }
-  // Bytes of body sent so far.
-  int bodyBytesSent() const { return sent_.load(); }
+  bool ready() const { return bound_.port != 0; }
+  std::uint16_t port() const { return bound_.port; }
 
  private:
-  // Waits up to `limit` unless stopped; false when stopped.
-  bool pause(std::chrono::milliseconds limit) const {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!stop_ && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(20ms);
-    return !stop_;
-  }
   void serve() {
     while (!stop_) {
-      pollfd waiting{listener_, POLLIN, 0};
+      pollfd waiting{bound_.fd, POLLIN, 0};
       if (::poll(&waiting, 1, 50) != 1) continue;
-      const int connection = ::accept(listener_, nullptr, nullptr);
+      const int connection = ::accept(bound_.fd, nullptr, nullptr);
       if (connection < 0) continue;
-      const auto size = static_cast<ssize_t>(header_.size());
-      if (::send(connection, header_.data(), header_.size(), MSG_NOSIGNAL) == size) {
-        for (int i = 0; i < 40; ++i) {
-          const unsigned char byte = 0;
-          if (::send(connection, &byte, 1, MSG_NOSIGNAL) != 1) break;
-          ++sent_;
-          if (!pause(1500ms)) break;
-        }
-      }
+      handle_(connection, stop_);
       ::close(connection);
     }
   }
 
-  std::vector<unsigned char> header_;
-  int listener_ = -1;
-  std::uint16_t port_ = 0;
+  BoundSocket bound_;
+  Handler handle_;
   std::atomic<bool> stop_{false};
-  std::atomic<int> sent_{0};
   std::thread thread_;
+};
+
+// A listener on 127.0.0.1 that sends each connection `header` at once and then the body
+// it announces one byte every 1.5 s: each read gets something, so timeouts counted per
+// read never pass. Sends at most 40 bytes of body per connection.
+class TricklingPeer {
+ public:
+  explicit TricklingPeer(std::vector<unsigned char> header)
+      : header_(std::move(header)), loop_(AF_INET, [this](int c, const std::atomic<bool>& stop) { trickle(c, stop); }) {}
+
+  bool ready() const { return loop_.ready(); }
+  std::uint16_t port() const { return loop_.port(); }
+  // Bytes of body sent so far.
+  int bodyBytesSent() const { return sent_.load(); }
+
+ private:
+  void trickle(int connection, const std::atomic<bool>& stop) {
+    if (::send(connection, header_.data(), header_.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(header_.size()))
+      return;
+    for (int i = 0; i < 40 && !stop; ++i) {
+      const unsigned char byte = 0;
+      if (::send(connection, &byte, 1, MSG_NOSIGNAL) != 1) return;
+      ++sent_;
+      const auto next = std::chrono::steady_clock::now() + 1500ms;
+      while (!stop && std::chrono::steady_clock::now() < next) std::this_thread::sleep_for(20ms);
+    }
+  }
+
+  std::vector<unsigned char> header_;
+  std::atomic<int> sent_{0};
+  AcceptLoop loop_;  // last: its thread stops before the members it uses go
 };
 
 // Carries connections made to [::1]:port() to 127.0.0.1:`target`, one at a time, so that
@@ -469,51 +482,24 @@ class TricklingPeer {
 // computer has no IPv6 loopback.
 class Ipv6Relay {
  public:
-  explicit Ipv6Relay(std::uint16_t target) : target_(target) {
-    listener_ = ::socket(AF_INET6, SOCK_STREAM, 0);
-    sockaddr_in6 address{};
-    address.sin6_family = AF_INET6;
-    address.sin6_addr = in6addr_loopback;
-    socklen_t length = sizeof address;
-    if (::bind(listener_, reinterpret_cast<sockaddr*>(&address), length) == 0 && ::listen(listener_, 4) == 0 &&
-        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-      port_ = ntohs(address.sin6_port);
-    if (port_ != 0) thread_ = std::thread([this] { serve(); });
-  }
-  ~Ipv6Relay() {
-    stop_ = true;
-    if (thread_.joinable()) thread_.join();
-    ::close(listener_);
-  }
-  Ipv6Relay(const Ipv6Relay&) = delete;
-  Ipv6Relay& operator=(const Ipv6Relay&) = delete;
+  explicit Ipv6Relay(std::uint16_t target)
+      : loop_(AF_INET6, [target](int inbound, const std::atomic<bool>& stop) {
+          const int outbound = connectLoopback(target);
+          if (outbound < 0) return;
+          pump(inbound, outbound, stop);
+          ::close(outbound);
+        }) {}
 
-  bool ready() const { return port_ != 0; }
-  std::uint16_t port() const { return port_; }
+  bool ready() const { return loop_.ready(); }
+  std::uint16_t port() const { return loop_.port(); }
 
  private:
-  void serve() {
-    while (!stop_) {
-      pollfd waiting{listener_, POLLIN, 0};
-      if (::poll(&waiting, 1, 50) != 1) continue;
-      const int inbound = ::accept(listener_, nullptr, nullptr);
-      if (inbound < 0) continue;
-      const int outbound = ::socket(AF_INET, SOCK_STREAM, 0);
-      sockaddr_in address{};
-      address.sin_family = AF_INET;
-      address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-      address.sin_port = htons(target_);
-      if (::connect(outbound, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) pump(inbound, outbound);
-      ::close(outbound);
-      ::close(inbound);
-    }
-  }
   // Copies both ways until one side closes (or 30 s pass, or the relay stops).
-  void pump(int a, int b) {
+  static void pump(int a, int b, const std::atomic<bool>& stop) {
     const auto end = std::chrono::steady_clock::now() + 30s;
     std::array<pollfd, 2> sides{{{a, POLLIN, 0}, {b, POLLIN, 0}}};
     char buffer[16384];
-    while (!stop_ && std::chrono::steady_clock::now() < end) {
+    while (!stop && std::chrono::steady_clock::now() < end) {
       if (::poll(sides.data(), sides.size(), 50) <= 0) continue;
       for (std::size_t i = 0; i < 2; ++i) {
         if (sides[i].revents == 0) continue;
@@ -523,11 +509,7 @@ class Ipv6Relay {
     }
   }
 
-  std::uint16_t target_;
-  int listener_ = -1;
-  std::uint16_t port_ = 0;
-  std::atomic<bool> stop_{false};
-  std::thread thread_;
+  AcceptLoop loop_;
 };
 
 }  // namespace telvor::dcmtk::test_peers
