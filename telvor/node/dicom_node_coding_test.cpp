@@ -75,8 +75,6 @@ TEST_P(DicomNodeCodingFailure, RaisesTheFirstErrorWithItsPath) {
 }
 
 using K = DecodingError::Kind;
-const Value kTls = keyed({{"isEnabled", true}, {"securityProfile", 1}, {"verifyPeerCertificate", false},
-                          {"authenticateWithCertificate", false}});
 INSTANTIATE_TEST_SUITE_P(
     Documents, DicomNodeCodingFailure,
     testing::Values(
@@ -88,12 +86,8 @@ INSTANTIATE_TEST_SUITE_P(
         Failure{"unknownSyntax", with(kMinimal, {"transferSyntax"}, 42), K::dataCorrupted, "$.transferSyntax"},
         Failure{"unknownMode", with(kMinimal, {"retrieveMode"}, 3), K::dataCorrupted, "$.retrieveMode"},
         Failure{"isDicomNodeAsText", with(kMinimal, {"isDicomNode"}, "true"), K::typeMismatch, "$.isDicomNode"},
-        Failure{"wadoTwoLevelsDown", with(kMinimal, {"wadoSettings", "retrieveSyntax"}, 6), K::dataCorrupted,
-                "$.wadoSettings.retrieveSyntax"},
         Failure{"wadoMissingHttps", without(kMinimal, {"wadoSettings", "https"}), K::keyNotFound, "$.wadoSettings",
                 "https"},
-        Failure{"tlsTwoLevelsDown", with(with(kMinimal, {"tlsSettings"}, kTls), {"tlsSettings", "securityProfile"}, "1"),
-                K::typeMismatch, "$.tlsSettings.securityProfile"},
         Failure{"tlsNotKeyed", with(kMinimal, {"tlsSettings"}, true), K::typeMismatch, "$.tlsSettings"}),
     [](const auto& info) { return std::string(info.param.name); });
 

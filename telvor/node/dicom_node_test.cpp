@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 #include <type_traits>
 
 namespace telvor {
@@ -156,7 +157,8 @@ TEST(DicomNodeDictionary, ReadingAnEmptyDictionary) {
   EXPECT_EQ(n.wadoSettings, WadoSettings(PropertyDictionary{}));
 }
 
-// One dictionary entry (over an otherwise empty dictionary) and what it reads as.
+// One dictionary entry (over an otherwise empty dictionary) and what it reads as. A value of
+// a kind its key does not read is tested for every key in tests/unit/hostile_input_test.cpp.
 struct Fallback {
   const char* name;
   PropertyDictionary entries;
@@ -179,20 +181,16 @@ TEST(DicomNodeDictionary, EveryFallback) {
   using V = PropertyValue;
   using W = SupportedWadoTransferSyntaxType;
   const Fallback cases[] = {
-      {"portAsInteger", {{"Port", V::integer(104)}}, [](auto& n) { return !n.port; }},
       {"portAsText", {{"Port", V::text("104")}}, [](auto& n) { return n.port == "104"; }},
       {"isDicomNodeFalse", {{"isDicomNode", V::boolean(false)}}, [](auto& n) { return n.isDicomNode; }},
       {"isDicomNodeOther", {{"isDicomNode", V::other(PropertyOther(0.0))}}, [](auto& n) { return n.isDicomNode; }},
       {"isQueryable0", {{"isQueryable", V::text("0")}}, [](auto& n) { return n.isQueryable == false; }},
       {"isQueryableFalse", {{"isQueryable", V::text("false")}}, [](auto& n) { return n.isQueryable == true; }},
       {"isQueryable1", {{"isQueryable", V::text("1")}}, [](auto& n) { return n.isQueryable == true; }},
-      {"isQueryableInteger0", {{"isQueryable", V::integer(0)}}, [](auto& n) { return n.isQueryable == true; }},
       {"transferSyntaxUnknownCode", {{"transferSyntax", V::numberObject(42)}},
        [](auto& n) { return n.transferSyntax == TransferSyntax::EXS_LittleEndianExplicit; }},
       {"transferSyntaxMinus1", {{"transferSyntax", V::integer(-1)}},
        [](auto& n) { return n.transferSyntax == TransferSyntax::EXS_Unknown; }},
-      {"transferSyntaxText", {{"transferSyntax", V::text("4")}},
-       [](auto& n) { return n.transferSyntax == TransferSyntax::EXS_LittleEndianExplicit; }},
       {"retrieveMode3", withWado({{"retrieveMode", V::numberObject(3)}}),
        [](auto& n) { return n.retrieveMode == RetrieveModeType::cget && !n.wadoSettings.url; }},
       {"retrieveModeMinus1", {{"retrieveMode", V::numberObject(-1)}},
@@ -211,86 +209,18 @@ TEST(DicomNodeDictionary, EveryFallback) {
        [](auto& n) { return !n.wadoSettings.https; }},
       {"wadoHttps0", {{"retrieveMode", V::numberObject(2)}, {"WADOhttps", V::integer(0)}},
        [](auto& n) { return !n.wadoSettings.https; }},
-      {"wadoHttpsBoolean", {{"retrieveMode", V::numberObject(2)}, {"WADOhttps", V::boolean(true)}},
-       [](auto& n) { return !n.wadoSettings.https; }},
       {"wadoUnknownSyntax", {{"retrieveMode", V::numberObject(2)}, {"WADOTransferSyntax", V::numberObject(6)}},
        [](auto& n) { return n.wadoSettings.retrieveSyntax == W::explicitLittleEndian; }},
-      {"wadoPortText", {{"retrieveMode", V::numberObject(2)}, {"WADOPort", V::text("80")}},
-       [](auto& n) { return !n.wadoSettings.port; }},
       {"tlsProfile0", {{"TLSSecurityProfile", V::integer(0)}},
        [](auto& n) { return n.tlsSettings->securityProfile == TLSSecurityProfile::profile0; }},
       {"tlsProfile6", {{"TLSSecurityProfile", V::integer(6)}},
        [](auto& n) { return n.tlsSettings->securityProfile == TLSSecurityProfile::profile1; }},
       {"tlsProfileMinus1", {{"TLSSecurityProfile", V::integer(-1)}},
        [](auto& n) { return n.tlsSettings->securityProfile == TLSSecurityProfile::profile1; }},
-      {"tlsEnabledText", {{"TLSEnabled", V::text("true")}}, [](auto& n) { return !n.tlsSettings->isEnabled; }},
       {"lowerCaseKeys", {{"aetitle", V::text("X")}, {"address", V::text("h")}},
        [](auto& n) { return !n.aetitle && !n.address; }},
   };
   for (const auto& c : cases) EXPECT_TRUE(c.holds(DicomNode(c.entries))) << c.name;
-}
-
-// Writing then reading: what comes back different, per kind of node.
-TEST(DicomNodeDictionary, RoundTripAsymmetries) {
-  struct Case {
-    const char* name;
-    std::function<void(DicomNode&)> make;
-    std::function<void(DicomNode&)> expectedChange;  // applied to the original
-  };
-  const Case cases[] = {
-      {"plainCget", [](auto&) {}, [](auto& n) { n.isQueryable = true; }},
-      {"notDicom", [](auto& n) { n.isDicomNode = false; },
-       [](auto& n) { n.isDicomNode = true, n.isQueryable = true; }},
-      {"queryableFalse", [](auto& n) { n.isQueryable = false; }, [](auto&) {}},
-      {"noTls", [](auto& n) { n.tlsSettings.reset(); },
-       [](auto& n) {
-         n.tlsSettings = TlsSettings();
-         n.tlsSettings->securityProfile = TLSSecurityProfile::profile0;
-         n.isQueryable = true;
-       }},
-      {"cgetDropsWado",
-       [](auto& n) {
-         n.wadoSettings.url = "u";
-         n.wadoSettings.https = true;
-         n.icon = "i";
-       },
-       [](auto& n) {
-         n.wadoSettings = WadoSettings(PropertyDictionary{});
-         n.isQueryable = true;
-       }},
-      {"wadoSubstitutes", [](auto& n) { n.retrieveMode = RetrieveModeType::wado; },
-       [](auto& n) {
-         n.wadoSettings.url = "wado";
-         n.wadoSettings.password = "";
-         n.wadoSettings.username = "";
-         n.wadoSettings.port = 0;
-         n.isQueryable = true;
-       }},
-      {"wadoFull",
-       [](auto& n) {
-         n.retrieveMode = RetrieveModeType::wado;
-         n.wadoSettings.url = "https://pacs/wado";
-         n.wadoSettings.port = 443;
-         n.wadoSettings.password = "pw";
-         n.wadoSettings.username = "u";
-         n.wadoSettings.https = true;
-         n.wadoSettings.retrieveSyntax = SupportedWadoTransferSyntaxType::jpeg2000LSLossless;
-         n.transferSyntax = TransferSyntax::EXS_Unknown;
-         n.tlsSettings->isEnabled = true;
-         n.tlsSettings->securityProfile = TLSSecurityProfile::profile5;
-       },
-       [](auto& n) { n.isQueryable = true; }},
-  };
-  for (const auto& c : cases) {
-    DicomNode original = complete();
-    c.make(original);
-    DicomNode back(*original.toDictionary());
-    EXPECT_NE(back.uniqueId, original.uniqueId) << c.name;  // never stored: a new identity
-    back.uniqueId = original.uniqueId;
-    DicomNode expected = original;
-    c.expectedChange(expected);
-    EXPECT_EQ(back, expected) << c.name;
-  }
 }
 
 }  // namespace

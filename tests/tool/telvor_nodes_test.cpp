@@ -129,12 +129,6 @@ TEST_F(TelvorNodes, CheckReportsEachProblem) {
   EXPECT_EQ(r.status, 0) << r.out;
 }
 
-TEST_F(TelvorNodes, PrintsItsVersion) {
-  const auto r = run("--version");
-  EXPECT_EQ(r.status, 0);
-  EXPECT_NE(r.out.find("Telvor"), std::string::npos) << r.out;
-}
-
 TEST_F(TelvorNodes, StandardOutputThatFailsEndsWithAnError) {
   const std::string commands[] = {"list", "check '" + data("nodes.json") + "'", "convert '" + data("nodes.json") + "'",
                                   "--version"};

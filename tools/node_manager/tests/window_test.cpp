@@ -166,23 +166,6 @@ class WindowTest : public QObject {
     QCOMPARE(saved.back().name, std::optional<std::string>("New node"));
   }
 
-  // The tool reads what the window saved.
-  void toolReadsTheSavedFile() {
-    QTemporaryDir dir;
-    MainWindow window;
-    QVERIFY(window.open(sampleSource(Kind::plist, dir)));
-    child<QTableView>(window, "nodeTable")->selectRow(2);
-    pickRetrieveMode(window, "CMOVE");
-    child<QAction>(window, "saveAction")->trigger();
-    QProcess tool;
-    tool.start(TELVOR_NODES_TOOL, {"convert", "--to", "json", dir.filePath("nodes.plist")});
-    QVERIFY(tool.waitForFinished(30000));
-    QCOMPARE(tool.exitCode(), 0);
-    const QJsonArray nodes = QJsonDocument::fromJson(tool.readAllStandardOutput()).array();
-    QCOMPARE(nodes.size(), qsizetype(sampleDictionaries().size()));
-    QCOMPARE(nodes[2].toObject().value("retrieveMode").toInt(), 0);  // C-MOVE's code
-  }
-
   // A refused edit leaves the node as it was and says why.
   void formRefusesInvalidPort() {
     QTemporaryDir dir;
