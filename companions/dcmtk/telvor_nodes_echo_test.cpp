@@ -15,18 +15,13 @@
 namespace telvor::dcmtk::test_peers {
 namespace {
 
+using testing_support::slurp;
+
 struct ToolRun {
   int status;
   std::string out;
   std::chrono::steady_clock::duration elapsed;
 };
-
-std::string slurp(const fs::path& path) {
-  std::ifstream read(path);
-  std::ostringstream text;
-  text << read.rdbuf();
-  return text.str();
-}
 
 // Runs `command` through the shell, standard output and error together.
 ToolRun runShell(const TempDir& dir, const std::string& command) {

@@ -5,8 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "support/capture.hpp"
+#include "support/peer_nodes.hpp"
+
 namespace telvor::peers {
 namespace {
+
+using testing_support::capture;
+using testing_support::peerNode;
 
 std::string config(const std::string& modalities) { return "{ \"DicomModalities\" : { " + modalities + " } }"; }
 
@@ -37,13 +43,10 @@ TEST(OrthancImport, DamagedInputNamesThePlace) {
        "modality 1 \"a\"", "Timeout must be a whole number"},
   };
   for (const auto& c : cases) {
-    try {
-      importOrthanc(c.text);
-      ADD_FAILURE() << "accepted: " << c.text;
-    } catch (const PeerFormatError& e) {
-      EXPECT_EQ(e.place(), c.place) << c.text;
-      EXPECT_NE(std::string(e.what()).find(c.message), std::string::npos) << e.what();
-    }
+    SCOPED_TRACE(c.text);
+    const auto e = capture<PeerFormatError>([&] { importOrthanc(c.text); });
+    EXPECT_EQ(e.place(), c.place) << c.text;
+    EXPECT_NE(std::string(e.what()).find(c.message), std::string::npos) << e.what();
   }
 }
 
@@ -114,18 +117,9 @@ TEST(OrthancImport, ReportsOnlyValuesThatDifferFromOrthancsDefaults) {
   EXPECT_EQ(importOrthanc(config(R"("a" : ["A", "h", 1, "Vitrea"])")).losses.at(0).field, "Manufacturer");
 }
 
-DicomNode peer(const char* name, const char* aet, const char* host, const char* port) {
-  DicomNode node;
-  if (name) node.name = name;
-  node.aetitle = aet;
-  node.address = host;
-  node.port = port;
-  return node;
-}
-
 TEST(OrthancExport, RoundTripsWhatOrthancHoldsAndReportsTheRest) {
-  std::vector<DicomNode> nodes{peer("ct_room2", "CT2_SCU", "10.1.4.22", "104"),
-                               peer("archive", "LTA_MAIN", "lta.hospital.lan", "11112")};
+  std::vector<DicomNode> nodes{peerNode("ct_room2", "CT2_SCU", "10.1.4.22", "104"),
+                               peerNode("archive", "LTA_MAIN", "lta.hospital.lan", "11112")};
   nodes[0].retrieveMode = RetrieveModeType::cmove;
   nodes[1].retrieveMode = RetrieveModeType::cmove;
   nodes[1].tlsSettings->isEnabled = true;
@@ -149,7 +143,7 @@ struct ExportLoss {
 
 TEST(OrthancExport, EachFieldOrthancCannotHoldIsOneLoss) {
   auto with = [](auto change) {
-    DicomNode node = peer("pacs", "PACS", "10.0.0.1", "104");
+    DicomNode node = peerNode("pacs", "PACS", "10.0.0.1", "104");
     node.retrieveMode = RetrieveModeType::cmove;
     change(node);
     return node;
@@ -181,23 +175,20 @@ TEST(OrthancExport, EachFieldOrthancCannotHoldIsOneLoss) {
 }
 
 TEST(OrthancExport, NamesAreMadeUniqueAndUnwritableNodesAreErrorsNamingThem) {
-  std::vector<DicomNode> same{peer("pacs", "A", "h", "1"), peer("pacs", "B", "h", "2")};
+  std::vector<DicomNode> same{peerNode("pacs", "A", "h", "1"), peerNode("pacs", "B", "h", "2")};
   for (auto& node : same) node.retrieveMode = RetrieveModeType::cmove;
   const auto twice = exportOrthanc(same);
   EXPECT_EQ(importOrthanc(twice.text).nodes.at(1).name, "pacs-2");
   ASSERT_EQ(twice.losses.size(), 1u);
   EXPECT_EQ(describe(twice.losses[0]), "node 2 \"pacs\": name: \"pacs\" -> reads back as \"pacs-2\"");
 
-  const DicomNode refused[] = {peer("a", "", "h", "104"),  peer("a", "A", "", "104"),   peer("a", "A", "h", "0"),
-                               peer("a", "A", "h", "65535"), peer("a", "A", "h", " 104"), peer("a", "\xff", "h", "104")};
+  const DicomNode refused[] = {peerNode("a", "", "h", "104"),  peerNode("a", "A", "", "104"),   peerNode("a", "A", "h", "0"),
+                               peerNode("a", "A", "h", "65535"), peerNode("a", "A", "h", " 104"), peerNode("a", "\xff", "h", "104")};
   for (const auto& node : refused) {
-    const std::vector<DicomNode> nodes{peer("ok", "OK", "h", "104"), node};
-    try {
-      exportOrthanc(nodes);
-      ADD_FAILURE() << "written: " << *node.aetitle << ' ' << *node.address << ' ' << *node.port;
-    } catch (const PeerFormatError& e) {
-      EXPECT_EQ(e.place(), "node 2 \"a\"");
-    }
+    const std::vector<DicomNode> nodes{peerNode("ok", "OK", "h", "104"), node};
+    SCOPED_TRACE(*node.aetitle + " " + *node.address + " " + *node.port);
+    const auto e = capture<PeerFormatError>([&] { exportOrthanc(nodes); });
+    EXPECT_EQ(e.place(), "node 2 \"a\"");
   }
 }
 

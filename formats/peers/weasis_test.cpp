@@ -5,8 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "support/capture.hpp"
+#include "support/peer_nodes.hpp"
+
 namespace telvor::peers {
 namespace {
+
+using testing_support::capture;
+using testing_support::peerNode;
 
 // The two shapes Weasis writes: its DICOM node file and its web node file.
 constexpr const char* kDicomNodes = R"(<?xml version="1.0" encoding="UTF-8"?>
@@ -78,22 +84,15 @@ TEST(WeasisImport, DamagedInputNamesTheLine) {
       {"<?xml version=\"1.0\"?>\n<list><node/></list>", "line 1"},
   };
   for (const auto& [text, line] : cases) {
-    try {
-      importWeasis(text);
-      ADD_FAILURE() << "accepted: " << text;
-    } catch (const PeerFormatError& e) {
-      EXPECT_EQ(e.place().rfind(line, 0), 0u) << e.what();
-    }
+    SCOPED_TRACE(text);
+    const auto e = capture<PeerFormatError>([&] { importWeasis(text); });
+    EXPECT_EQ(e.place().rfind(line, 0), 0u) << e.what();
   }
 }
 
 DicomNode peer(const char* name, const char* aet, const char* port) {
-  DicomNode node;
-  node.name = name;
-  node.aetitle = aet;
-  node.address = "10.0.0.1";
-  node.port = port;
-  node.isQueryable = true;
+  DicomNode node = peerNode(name, aet, "10.0.0.1", port);
+  node.isQueryable = true;  // what Weasis's usage types read back as
   return node;
 }
 
@@ -132,12 +131,9 @@ TEST(WeasisExport, ReportsWhatWeasisDoesNotSaveAndRefusesNodesItWouldSkip) {
   const DicomNode refused[] = {peer("a", "", "104"), peer("a", "SEVENTEEN_CHARS_X", "104"), peer("a", "A", "65536"),
                                peer("a", "A", "x"), peer("a\x01", "A", "104")};
   for (const auto& bad : refused) {
-    try {
-      exportWeasis(std::vector{peer("ok", "OK", "1"), bad});
-      ADD_FAILURE() << "written: " << *bad.aetitle << ' ' << *bad.port;
-    } catch (const PeerFormatError& e) {
-      EXPECT_EQ(e.place().rfind("node 2", 0), 0u) << e.what();
-    }
+    SCOPED_TRACE(*bad.aetitle + " " + *bad.port);
+    const auto e = capture<PeerFormatError>([&] { exportWeasis(std::vector{peer("ok", "OK", "1"), bad}); });
+    EXPECT_EQ(e.place().rfind("node 2", 0), 0u) << e.what();
   }
   EXPECT_NO_THROW(exportWeasis(std::vector{peer("a", "SIXTEEN_CHARS_AE", "65535")}));
 }

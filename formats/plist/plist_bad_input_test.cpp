@@ -4,22 +4,16 @@
 // texts, which pass intact.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
-#include <sstream>
 
+#include "support/scratch_files.hpp"
 #include "telvor/node/dicom_node.hpp"
 #include "telvor/plist/plist.hpp"
 
 namespace telvor {
 namespace {
 
-std::string catalogueXml() {
-  std::ifstream in(TELVOR_SOURCE_DIR "/examples/nodes.plist", std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+std::string catalogueXml() { return testing_support::slurp(TELVOR_SOURCE_DIR "/examples/nodes.plist"); }
 
 // Reads `bytes`; returns the error kind's name, or "read" after checking the document.
 std::string outcome(std::string_view bytes) {

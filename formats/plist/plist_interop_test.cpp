@@ -3,22 +3,19 @@
 // tests skip when python3 is not installed.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <string>
 
+#include "support/scratch_files.hpp"
 #include "telvor/plist/plist.hpp"
 
 namespace telvor {
 namespace {
 
-namespace fs = std::filesystem;
+using testing_support::slurp;
+using testing_support::spit;
 
 // Writes the document to DIR/python.{xml,bin}.plist ("write DIR"), or checks that
 // DIR/telvor.{xml,bin}.plist hold it ("check DIR").
@@ -69,41 +66,29 @@ class PlistInterop : public testing::Test {
  protected:
   void SetUp() override {
     if (std::system("python3 -c 'import plistlib' >/dev/null 2>&1") != 0) GTEST_SKIP() << "python3 is not installed";
-    std::string pattern = (fs::temp_directory_path() / "telvor-plist-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-    std::ofstream(folder_ / "plists.py") << kScript;
-  }
-  void TearDown() override {
-    if (!folder_.empty()) fs::remove_all(folder_);
+    ASSERT_FALSE(folder_.path().empty());
+    spit(folder_ / "plists.py", kScript);
   }
 
   bool python(const char* mode) const {
     const std::string command =
-        "python3 '" + (folder_ / "plists.py").string() + "' " + mode + " '" + folder_.string() + "'";
+        "python3 '" + (folder_ / "plists.py").string() + "' " + mode + " '" + folder_.path().string() + "'";
     return std::system(command.c_str()) == 0;
   }
-  std::string read(const std::string& name) const {
-    std::ifstream in(folder_ / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  }
-  void write(const std::string& name, const std::string& bytes) const {
-    std::ofstream(folder_ / name, std::ios::binary) << bytes;
-  }
 
-  fs::path folder_;
+  testing_support::ScratchDir folder_;
 };
 
 TEST_F(PlistInterop, ReadsWhatPythonWrote) {
   ASSERT_TRUE(python("write"));
   for (const char* name : {"python.xml.plist", "python.bin.plist"}) {
-    EXPECT_EQ(plist::parse(read(name)), expected()) << name;
+    EXPECT_EQ(plist::parse(slurp(folder_ / name)), expected()) << name;
   }
 }
 
 TEST_F(PlistInterop, PythonReadsWhatThisLibraryWrote) {
-  write("telvor.xml.plist", plist::serialize(expected(), plist::Format::xml));
-  write("telvor.bin.plist", plist::serialize(expected(), plist::Format::binary));
+  spit(folder_ / "telvor.xml.plist", plist::serialize(expected(), plist::Format::xml));
+  spit(folder_ / "telvor.bin.plist", plist::serialize(expected(), plist::Format::binary));
   EXPECT_TRUE(python("check"));
 }
 

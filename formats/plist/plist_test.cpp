@@ -8,11 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "support/capture.hpp"
 #include "telvor/plist/plist.hpp"
 
 namespace telvor {
 namespace {
 
+using testing_support::capture;
 using plist::Format;
 using plist::PlistError;
 using plist::PropertyListDocument;
@@ -93,12 +95,8 @@ TEST_P(PlistRoundTrip, NestingUpToTheLimitIsWrittenAndRead) {
   EXPECT_EQ(plist::parseDictionary(plist::serialize(deepest, GetParam())), deepest);
 
   const PropertyDictionary tooDeep{{"d", other(PropertyOther(deepest))}};
-  try {
-    plist::serialize(tooDeep, GetParam());
-    FAIL() << "wrote a dictionary nested " << plist::kMaxDepth + 1 << " levels deep";
-  } catch (const PlistError& e) {
-    EXPECT_EQ(e.kind(), PlistError::Kind::tooDeep);
-  }
+  const auto e = capture<PlistError>([&] { plist::serialize(tooDeep, GetParam()); });
+  EXPECT_EQ(e.kind(), PlistError::Kind::tooDeep);
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, PlistRoundTrip, testing::Values(Format::xml, Format::binary),
@@ -226,13 +224,9 @@ void PrintTo(const Unwritable& u, std::ostream* os) { *os << u.name; }
 class PlistUnwritable : public testing::TestWithParam<Unwritable> {};
 
 TEST_P(PlistUnwritable, IsRefusedWithThePath) {
-  try {
-    plist::serialize(GetParam().dictionary);
-    FAIL() << "written";
-  } catch (const PlistError& e) {
-    EXPECT_EQ(e.kind(), PlistError::Kind::unwritable);
-    EXPECT_NE(std::string(e.what()).find(GetParam().mentions), std::string::npos) << e.what();
-  }
+  const auto e = capture<PlistError>([&] { plist::serialize(GetParam().dictionary); });
+  EXPECT_EQ(e.kind(), PlistError::Kind::unwritable);
+  EXPECT_NE(std::string(e.what()).find(GetParam().mentions), std::string::npos) << e.what();
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -259,13 +253,9 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(PlistWrite, TextXmlCannotHoldIsRefusedThereWithItsPathAndKeptInBinary) {
   const PropertyDictionary d{
       {"Description", PropertyValue::text("ESC \x1b[31m, U+FFFE \xEF\xBF\xBE, unit separator \x1f")}};
-  try {
-    plist::serialize(PropertyListDocument{{PropertyDictionary{}, d}, true}, Format::xml);
-    FAIL() << "written";
-  } catch (const PlistError& e) {
-    EXPECT_EQ(e.kind(), PlistError::Kind::unwritable);
-    EXPECT_EQ(e.path(), "$[1].Description");
-  }
+  const auto e = capture<PlistError>([&] { plist::serialize(PropertyListDocument{{PropertyDictionary{}, d}, true}, Format::xml); });
+  EXPECT_EQ(e.kind(), PlistError::Kind::unwritable);
+  EXPECT_EQ(e.path(), "$[1].Description");
   EXPECT_EQ(plist::parseDictionary(plist::serialize(d, Format::binary)), d);
 }
 

@@ -4,13 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
+
+#include "support/scratch_files.hpp"
 
 namespace telvor::tool_test {
 
@@ -22,26 +21,10 @@ struct ToolRun {
   std::string err;
 };
 
-inline std::string slurp(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream bytes;
-  bytes << file.rdbuf();
-  return bytes.str();
-}
-
-inline void spit(const fs::path& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
+using testing_support::slurp;
+using testing_support::spit;
 
 class ToolTest : public testing::Test {
- protected:
-  void SetUp() override {
-    scratch_ = fs::temp_directory_path() / ("telvor-nodes-test-" + std::to_string(::getpid()) + "-" +
-                                            testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(scratch_);
-  }
-  void TearDown() override { fs::remove_all(scratch_); }
-
  public:
 
   // Runs the tool with `args` (a shell-quoted string), standard input from `stdinPath`,
@@ -69,7 +52,7 @@ class ToolTest : public testing::Test {
   static std::string data(const std::string& name) { return std::string(TELVOR_SOURCE_DIR) + "/tests/data/" + name; }
   std::string scratch(const std::string& name) const { return (scratch_ / name).string(); }
 
-  fs::path scratch_;
+  testing_support::ScratchDir scratch_;
 };
 
 }  // namespace telvor::tool_test

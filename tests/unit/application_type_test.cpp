@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "support/capture.hpp"
 #include "support/memory_format.hpp"
 #include "telvor/node/dicom_node.hpp"
 #include "telvor/status/dicom_node_status.hpp"
@@ -71,12 +72,8 @@ TEST(ApplicationType, CodesNodesAndStatusesThroughTheHook) {
   EXPECT_EQ(back.statusByAeTitle, w.statusByAeTitle);
 
   const Value broken = with(toValue(w), {"statuses"}, array({keyed({{"aetitle", "A"}, {"status", keyed({})}})}));
-  try {
-    fromValue<app::Workspace>(broken);
-    FAIL() << "accepted";
-  } catch (const DecodingError& e) {
-    EXPECT_EQ(describe(e.codingPath()), "$.statuses[0].status");
-  }
+  const auto e = capture<DecodingError>([&] { fromValue<app::Workspace>(broken); });
+  EXPECT_EQ(describe(e.codingPath()), "$.statuses[0].status");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Saving under faults: each test asserts what is on disk afterwards.
 #include "support/atomic_save.hpp"
+#include "support/scratch_files.hpp"
 
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -15,7 +16,6 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
-#include <sstream>
 #include <thread>
 
 namespace telvor::tool {
@@ -24,14 +24,8 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-std::string slurp(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream bytes;
-  bytes << file.rdbuf();
-  return bytes.str();
-}
-
-void put(const fs::path& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
+using testing_support::slurp;
+using testing_support::spit;
 
 mode_t modeOf(const fs::path& path) {
   struct stat status {};
@@ -77,14 +71,8 @@ int inChild(const std::function<int()>& body) {
 
 class AtomicSave : public testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("telvor-save-" + std::to_string(::getpid()) + "-" +
-                                        testing::UnitTest::GetInstance()->current_test_info()->name());
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  fs::path dir_;
+  testing_support::ScratchDir scratch_;
+  const fs::path& dir_ = scratch_.path();
 };
 
 struct Replacement {
@@ -99,7 +87,7 @@ struct Replacement {
 TEST_F(AtomicSave, KeepsModesAndLinksAsAsked) {
   const auto file = [](mode_t mode, const char* name = "target") {
     return [=](const fs::path& dir) {
-      put(dir / name, "old");
+      spit(dir / name, "old");
       ::chmod((dir / name).c_str(), mode);
     };
   };
@@ -146,7 +134,7 @@ TEST_F(AtomicSave, KeepsModesAndLinksAsAsked) {
 TEST_F(AtomicSave, KeepsOwnerAndGroupWherePermitted) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root may give a file another owner";
   const auto target = dir_ / "owned";
-  put(target, "old");
+  spit(target, "old");
   ASSERT_EQ(::chown(target.c_str(), 4321, 8765), 0) << std::strerror(errno);
   saveAtomically(target, "new");
   struct stat status {};
@@ -158,7 +146,7 @@ TEST_F(AtomicSave, KeepsOwnerAndGroupWherePermitted) {
 TEST_F(AtomicSave, AFileSizeLimitLeavesTheOldFileAndNoTemporary) {
   const auto target = dir_ / "nodes.plist";
   const std::string old = payload(10'000);
-  put(target, old);
+  spit(target, old);
   const int status = inChild([&] {
     const rlimit limit{64 * 1024, 64 * 1024};
     ::setrlimit(RLIMIT_FSIZE, &limit);
@@ -227,7 +215,7 @@ TEST_F(AtomicSave, AKillAtAnyPointLeavesTheOldOrTheWholeNewFile) {
     });
   };
   // How long one whole save takes here; the kills are spread over it.
-  put(target, old);
+  spit(target, old);
   const auto start = std::chrono::steady_clock::now();
   int status = 0;
   ::waitpid(saveInChild(), &status, 0);
@@ -238,7 +226,7 @@ TEST_F(AtomicSave, AKillAtAnyPointLeavesTheOldOrTheWholeNewFile) {
   constexpr int kPoints = 24;
   int oldSeen = 0, newSeen = 0;
   for (int point = 0; point < kPoints; ++point) {
-    put(target, old);
+    spit(target, old);
     const pid_t child = saveInChild();
     std::this_thread::sleep_for(whole * point / (kPoints - 4));  // the last few land after the save
     ::kill(child, SIGKILL);
@@ -259,7 +247,7 @@ TEST_F(AtomicSave, SignalsDuringASaveRemoveTheTemporaryAndExitWithTheirStatus) {
   for (const auto& [signal, expected] : {std::pair{SIGINT, 130}, {SIGTERM, 143}, {SIGHUP, 129}}) {
     bool caught = false;
     for (int attempt = 0; attempt < 5 && !caught; ++attempt) {
-      put(target, old);
+      spit(target, old);
       const pid_t child = startChild([&] {
         for (const int s : {SIGINT, SIGTERM, SIGHUP}) ::signal(s, SIG_DFL);
         saveAtomically(target, fresh);

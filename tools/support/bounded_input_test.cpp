@@ -1,4 +1,5 @@
 #include "support/bounded_input.hpp"
+#include "support/scratch_files.hpp"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -17,19 +18,12 @@ namespace fs = std::filesystem;
 
 class BoundedInput : public testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("telvor-bounded-" + std::to_string(::getpid()));
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
   std::string file(const std::string& name, std::size_t size) const {
-    const auto path = (dir_ / name).string();
-    std::ofstream(path, std::ios::binary) << std::string(size, 'n');
-    return path;
+    testing_support::spit(dir_ / name, std::string(size, 'n'));
+    return (dir_ / name).string();
   }
 
-  fs::path dir_;
+  testing_support::ScratchDir dir_;
 };
 
 // Reads, through its /dev/fd path, a pipe that a child process fills with `size` bytes.
@@ -70,7 +64,7 @@ struct Case {
 
 TEST_F(BoundedInput, RefusesWhatIsTooLargeOrNoFileBeforeReadingItWhole) {
   const std::uint64_t mib = 1 << 20;
-  const auto dir = dir_.string();
+  const auto dir = dir_.path().string();
   const Case cases[] = {
       {"file at the limit", [&] { return readBounded(file("at", 4096), 4096); }, 4096, 0, ""},
       {"file above the limit", [&] { return readBounded(file("above", 4097), 4096); }, {}, EFBIG,

@@ -5,9 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "support/capture.hpp"
+#include "support/peer_nodes.hpp"
+
 namespace telvor::dcmtk {
 namespace {
 
+using testing_support::capture;
+using testing_support::peerNode;
 using peers::PeerFormatError;
 
 TlsSettings tls(bool enabled, TLSSecurityProfile profile, bool verify, bool certificate) {
@@ -92,23 +97,13 @@ TEST(DcmpstatCommunication, TlsDefaultsAreDcmtksAndUnknownProfilesAreRefused) {
       {"", "line 1"},
   };
   for (const auto& [text, place] : damaged) {
-    try {
-      importDcmpstatCommunication(text);
-      ADD_FAILURE() << "accepted: " << text;
-    } catch (const PeerFormatError& e) {
-      EXPECT_EQ(e.place(), place) << e.what();
-    }
+    SCOPED_TRACE(text);
+    const auto e = capture<PeerFormatError>([&] { importDcmpstatCommunication(text); });
+    EXPECT_EQ(e.place(), place) << e.what();
   }
 }
 
-DicomNode peer(const char* name, const char* aet, const char* port) {
-  DicomNode node;
-  if (name) node.name = name;
-  node.aetitle = aet;
-  node.address = "10.0.0.1";
-  node.port = port;
-  return node;
-}
+DicomNode peer(const char* name, const char* aet, const char* port) { return peerNode(name, aet, "10.0.0.1", port); }
 
 TEST(DcmpstatCommunication, ExportReadsBackThroughOfConfigFile) {
   std::vector<DicomNode> nodes;
@@ -145,12 +140,9 @@ TEST(DcmpstatCommunication, ExportReportsWhatTheFileCannotHoldAndRefusesLineBrea
                                               "2 tlsSettings.securityProfile: reads back as profile 3",
                                               "2 tlsSettings.authenticateWithCertificate: reads back as false"}));
   for (const char* name : {"two\nlines", "tab\there"}) {
-    try {
-      exportDcmpstatCommunication(std::vector{peer(name, "A", "104")});
-      ADD_FAILURE() << "written: " << name;
-    } catch (const PeerFormatError& e) {
-      EXPECT_EQ(e.place().rfind("node 1", 0), 0u);
-    }
+    SCOPED_TRACE(name);
+    const auto e = capture<PeerFormatError>([&] { exportDcmpstatCommunication(std::vector{peer(name, "A", "104")}); });
+    EXPECT_EQ(e.place().rfind("node 1", 0), 0u);
   }
 }
 

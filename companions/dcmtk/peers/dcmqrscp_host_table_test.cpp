@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "support/capture.hpp"
+#include "support/peer_nodes.hpp"
 #include "testing/local_peers.hpp"
 
 // DCMTK 3.6.7 does not free the peer list of a HostTable line it refuses; the damaged-input
@@ -18,6 +20,8 @@ extern "C" __attribute__((visibility("default"), used)) const char* __lsan_defau
 namespace telvor::dcmtk {
 namespace {
 
+using testing_support::capture;
+using testing_support::peerNode;
 using peers::PeerFormatError;
 
 std::string table(const std::string& lines) { return "HostTable BEGIN\n" + lines + "HostTable END\n"; }
@@ -51,29 +55,17 @@ TEST(DcmqrscpHostTable, DamagedFilesGiveDcmtksOwnComplaint) {
       {"HostTable BEGIN\nct = (CT, ct, 104)\n", "No \"HostTable END\""},
   };
   for (const auto& [text, complaint] : cases) {
-    try {
-      importDcmqrscpHostTable(text);
-      ADD_FAILURE() << "accepted: " << text;
-    } catch (const PeerFormatError& e) {
-      EXPECT_NE(std::string(e.what()).find(complaint), std::string::npos) << e.what();
-      EXPECT_EQ(std::string(e.what()).find("/proc/self/fd"), std::string::npos) << e.what();
-    }
+    SCOPED_TRACE(text);
+    const auto e = capture<PeerFormatError>([&] { importDcmqrscpHostTable(text); });
+    EXPECT_NE(std::string(e.what()).find(complaint), std::string::npos) << e.what();
+    EXPECT_EQ(std::string(e.what()).find("/proc/self/fd"), std::string::npos) << e.what();
   }
 }
 
-DicomNode peer(const char* name, const char* aet, const char* host, const char* port) {
-  DicomNode node;
-  if (name) node.name = name;
-  node.aetitle = aet;
-  node.address = host;
-  node.port = port;
-  return node;
-}
-
 TEST(DcmqrscpHostTable, ExportReadsBackThroughDcmtkAsTheSamePeers) {
-  const std::vector<DicomNode> nodes{peer("ct room", "CT2_SCU", "ct2.hospital.lan", "104"),
-                                     peer("ct room", "ct2_scu", "10.1.4.22", "0104"), peer(nullptr, "X", "h", "1"),
-                                     peer("#hash", "H", "h", "2")};
+  const std::vector<DicomNode> nodes{peerNode("ct room", "CT2_SCU", "ct2.hospital.lan", "104"),
+                                     peerNode("ct room", "ct2_scu", "10.1.4.22", "0104"), peerNode(nullptr, "X", "h", "1"),
+                                     peerNode("#hash", "H", "h", "2")};
   const auto out = exportDcmqrscpHostTable(nodes);
   const auto back = importDcmqrscpHostTable(out.text);
   ASSERT_EQ(back.nodes.size(), nodes.size()) << out.text;
@@ -91,16 +83,13 @@ TEST(DcmqrscpHostTable, ExportReadsBackThroughDcmtkAsTheSamePeers) {
 }
 
 TEST(DcmqrscpHostTable, RefusesValuesTheGrammarCannotCarry) {
-  const DicomNode refused[] = {peer("a", "CT SCU", "h", "104"), peer("a", "CT", "h,x", "104"),
-                               peer("a", "C(T)", "h", "104"),    peer("a", "CT", "h\xc3\xa9", "104"),
-                               peer("a", "", "h", "104"),        peer("a", "CT", "h", "0")};
+  const DicomNode refused[] = {peerNode("a", "CT SCU", "h", "104"), peerNode("a", "CT", "h,x", "104"),
+                               peerNode("a", "C(T)", "h", "104"),    peerNode("a", "CT", "h\xc3\xa9", "104"),
+                               peerNode("a", "", "h", "104"),        peerNode("a", "CT", "h", "0")};
   for (const auto& node : refused) {
-    try {
-      exportDcmqrscpHostTable(std::vector{peer("ok", "OK", "h", "1"), node});
-      ADD_FAILURE() << "written: " << *node.aetitle << ' ' << *node.address;
-    } catch (const PeerFormatError& e) {
-      EXPECT_EQ(e.place(), "node 2 \"a\"");
-    }
+    SCOPED_TRACE(*node.aetitle + " " + *node.address);
+    const auto e = capture<PeerFormatError>([&] { exportDcmqrscpHostTable(std::vector{peerNode("ok", "OK", "h", "1"), node}); });
+    EXPECT_EQ(e.place(), "node 2 \"a\"");
   }
 }
 
@@ -110,8 +99,8 @@ TEST(DcmqrscpHostTable, DcmqrscpStartsWithAnExportedHostTableAndAnswersAnEcho) {
   if (tp::findProgram("dcmqrscp").empty() || echoscu.empty()) GTEST_SKIP() << "DCMTK's dcmqrscp and echoscu are not installed";
   tp::TempDir dir;
   std::filesystem::create_directories(dir / "db");
-  const auto hosts = exportDcmqrscpHostTable(std::vector{peer("echoer", "ECHOSCU", "localhost", "11112"),
-                                                          peer("archive", "LTA_MAIN", "lta.hospital.lan", "104")});
+  const auto hosts = exportDcmqrscpHostTable(std::vector{peerNode("echoer", "ECHOSCU", "localhost", "11112"),
+                                                          peerNode("archive", "LTA_MAIN", "lta.hospital.lan", "104")});
   std::ofstream(dir / "dcmqrscp.cfg") << "MaxPDUSize = 16384\nMaxAssociations = 4\n" << hosts.text
                                       << "VendorTable BEGIN\nVendorTable END\nAETable BEGIN\nQRSCP "
                                       << (dir / "db").string() << " R (10, 1024mb) ANY\nAETable END\n";

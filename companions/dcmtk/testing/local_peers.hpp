@@ -30,6 +30,7 @@
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmnet/scp.h"
+#include "support/scratch_files.hpp"
 
 extern char** environ;
 
@@ -49,25 +50,7 @@ inline std::string findProgram(const std::string& name) {
   return {};
 }
 
-// A fresh folder, removed with everything in it at the end.
-class TempDir {
- public:
-  TempDir() {
-    std::string pattern = (fs::temp_directory_path() / "telvor-dcmtk-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) != nullptr) path_ = pattern;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    if (!path_.empty()) fs::remove_all(path_, ignored);
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-  const fs::path& path() const { return path_; }
-  fs::path operator/(const std::string& name) const { return path_ / name; }
-
- private:
-  fs::path path_;
-};
+using TempDir = testing_support::ScratchDir;
 
 // A child process with its output in a log file; terminated (then killed) and reaped by
 // the destructor.
