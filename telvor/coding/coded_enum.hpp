@@ -155,6 +155,12 @@ struct EnumIndex {
 
 }  // namespace detail
 
+// Whether the codes are the positions 0, 1, 2, ... in declaration order, so that a stored
+// code is an index and fromRawValue a bounds test. A vocabulary whose stored codes must
+// stay positions asserts it beside its table.
+template <CodedEnum E>
+inline constexpr bool codesArePositions = detail::EnumIndex<E>::contiguous && detail::EnumIndex<E>::code(0) == 0;
+
 // The case's code. Total, constant-time.
 template <CodedEnum E>
 constexpr detail::Code<E> rawValue(E value) noexcept {

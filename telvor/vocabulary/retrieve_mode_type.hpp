@@ -32,7 +32,6 @@ struct EnumTraits<RetrieveModeType> {
 };
 
 // Stored nodes hold the code, and the code is the position: fromRawValue is a bounds test.
-static_assert(detail::EnumIndex<RetrieveModeType>::contiguous && rawValue(EnumTraits<RetrieveModeType>::rows[0].value) == 0,
-              "retrieve mode codes are their positions");
+static_assert(codesArePositions<RetrieveModeType>, "retrieve mode codes are their positions");
 
 }  // namespace telvor

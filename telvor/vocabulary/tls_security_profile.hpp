@@ -36,8 +36,7 @@ struct EnumTraits<TLSSecurityProfile> {
 };
 
 // Stored settings hold the code, and the code is the position: fromRawValue is a bounds test.
-static_assert(detail::EnumIndex<TLSSecurityProfile>::contiguous && rawValue(EnumTraits<TLSSecurityProfile>::rows[0].value) == 0,
-              "TLS profile codes are their positions");
+static_assert(codesArePositions<TLSSecurityProfile>, "TLS profile codes are their positions");
 
 static_assert(sizeof(TLSSecurityProfile) == 8, "a profile is held as its full 64-bit code");
 

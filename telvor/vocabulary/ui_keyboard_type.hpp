@@ -43,7 +43,6 @@ struct EnumTraits<UIKeyboardType> {
 };
 
 // The code is the position: fromRawValue is a bounds test.
-static_assert(detail::EnumIndex<UIKeyboardType>::contiguous && rawValue(EnumTraits<UIKeyboardType>::rows[0].value) == 0,
-              "keyboard kind codes are their positions");
+static_assert(codesArePositions<UIKeyboardType>, "keyboard kind codes are their positions");
 
 }  // namespace telvor

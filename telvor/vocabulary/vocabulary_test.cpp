@@ -42,6 +42,9 @@ static_assert(kOffers<TLSSecurityProfile, true, true, false, true>);
 static_assert(kOffers<W, true, true, true, true>);
 static_assert(kOffers<UIKeyboardType, false, false, false, false>);
 static_assert(kOffers<KeyBoardKeyCode, false, false, false, false>);
+// Positions start at 0 and leave no gap; the headers of the vocabularies stored by position assert it.
+static_assert(!codesArePositions<TS> && !codesArePositions<W> && !codesArePositions<AssociationNumberType> &&
+              !codesArePositions<KeyBoardKeyCode>);
 
 // The codes in declaration order.
 template <class E>
