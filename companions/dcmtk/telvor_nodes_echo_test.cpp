@@ -74,23 +74,6 @@ TEST(TelvorNodesEcho, ReportsARunningScpOnlineAndAStoppedOneOfflineWithTheReason
   EXPECT_NE(offline.out.find("refused"), std::string::npos) << offline.out;
 }
 
-TEST(TelvorNodesEcho, AnAddressWithAPortOrASchemeIsReportedWithoutContactingIt) {
-  REQUIRE_TOOL();
-  TempDir dir;
-  SilentListener listener;
-  const std::string port = std::to_string(listener.port());
-  const auto withPort = echoCatalogue(dir, nodeJson("127.0.0.1:" + port, listener.port()));
-  EXPECT_EQ(withPort.status, 1);
-  EXPECT_EQ(withPort.out, "Local SCP: unknown: Address \"127.0.0.1:" + port +
-                              "\" carries a port of its own: keep only the host name or IP address, and the port in "
-                              "the port field.\n");
-  const auto withScheme = echoTool(dir, "--host dicom://127.0.0.1 --port " + port + " --aec ARCHIVE");
-  EXPECT_EQ(withScheme.status, 1);
-  EXPECT_NE(withScheme.out.find("unknown: Address \"dicom://127.0.0.1\" begins with a scheme"), std::string::npos)
-      << withScheme.out;
-  EXPECT_FALSE(listener.contacted());
-}
-
 TEST(TelvorNodesEcho, OptionsOutOfRangeAreUsageErrors) {
   REQUIRE_TOOL();
   TempDir dir;

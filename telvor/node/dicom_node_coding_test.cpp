@@ -80,7 +80,6 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Failure{"dictionaryKeysOnly", keyed({{"AETitle", "A"}, {"Port", "104"}}), K::keyNotFound, "$", "transferSyntax"},
         Failure{"missingWado", without(kMinimal, {"wadoSettings"}), K::keyNotFound, "$", "wadoSettings"},
-        Failure{"nullRetrieveMode", with(kMinimal, {"retrieveMode"}, null()), K::valueNotFound, "$.retrieveMode"},
         Failure{"portAsNumber", with(kMinimal, {"port"}, 104), K::typeMismatch, "$.port"},
         Failure{"badUuid", with(kMinimal, {"uniqueId"}, "nope"), K::dataCorrupted, "$.uniqueId"},
         Failure{"unknownSyntax", with(kMinimal, {"transferSyntax"}, 42), K::dataCorrupted, "$.transferSyntax"},
