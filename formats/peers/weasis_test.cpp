@@ -85,7 +85,7 @@ TEST(WeasisImport, DamagedInputNamesTheLine) {
   };
   for (const auto& [text, line] : cases) {
     SCOPED_TRACE(text);
-    const auto e = capture<PeerFormatError>([&] { importWeasis(text); });
+    const auto e = capture<PeerFormatError>([&text = text] { importWeasis(text); });
     EXPECT_EQ(e.place().rfind(line, 0), 0u) << e.what();
   }
 }

@@ -98,7 +98,7 @@ TEST(DcmpstatCommunication, TlsDefaultsAreDcmtksAndUnknownProfilesAreRefused) {
   };
   for (const auto& [text, place] : damaged) {
     SCOPED_TRACE(text);
-    const auto e = capture<PeerFormatError>([&] { importDcmpstatCommunication(text); });
+    const auto e = capture<PeerFormatError>([&text = text] { importDcmpstatCommunication(text); });
     EXPECT_EQ(e.place(), place) << e.what();
   }
 }

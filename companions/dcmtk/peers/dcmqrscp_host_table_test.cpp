@@ -56,7 +56,7 @@ TEST(DcmqrscpHostTable, DamagedFilesGiveDcmtksOwnComplaint) {
   };
   for (const auto& [text, complaint] : cases) {
     SCOPED_TRACE(text);
-    const auto e = capture<PeerFormatError>([&] { importDcmqrscpHostTable(text); });
+    const auto e = capture<PeerFormatError>([&text = text] { importDcmqrscpHostTable(text); });
     EXPECT_NE(std::string(e.what()).find(complaint), std::string::npos) << e.what();
     EXPECT_EQ(std::string(e.what()).find("/proc/self/fd"), std::string::npos) << e.what();
   }
