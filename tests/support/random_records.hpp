@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include <utf8proc.h>
+
 #include "telvor/node/dicom_node.hpp"
 #include "telvor/status/dicom_node_status.hpp"
 
@@ -43,7 +45,9 @@ class RecordGenerator {
     const int length = std::uniform_int_distribution<int>(0, 12)(rng_);
     for (int i = 0; i < length; ++i) {
       const auto& r = ranges[std::uniform_int_distribution<std::size_t>(0, std::size(ranges) - 1)(rng_)];
-      appendUtf8(out, std::uniform_int_distribution<std::uint32_t>(r[0], r[1])(rng_));
+      utf8proc_uint8_t bytes[4];
+      const auto c = static_cast<utf8proc_int32_t>(std::uniform_int_distribution<std::uint32_t>(r[0], r[1])(rng_));
+      out.append(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(utf8proc_encode_char(c, bytes)));
     }
     return out;
   }
@@ -113,24 +117,6 @@ class RecordGenerator {
   }
 
  private:
-  static void appendUtf8(std::string& out, std::uint32_t c) {
-    if (c < 0x80) {
-      out += static_cast<char>(c);
-    } else if (c < 0x800) {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += static_cast<char>(0xE0 | (c >> 12));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      out += static_cast<char>(0xF0 | (c >> 18));
-      out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-      out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-
   std::mt19937_64 rng_;
 };
 
