@@ -21,6 +21,9 @@ std::string slurp(const fs::path& path) {
   return bytes.str();
 }
 
+constexpr const char* kOrthanc = R"({ "DicomModalities" : { "pacs" : [ "PACS", "10.0.0.5", 104 ],
+  "archive" : { "AET" : "LTA", "Host" : "lta", "Port" : 11112, "LocalAet" : "ME" } } })";
+
 class PeersCommands : public testing::Test {
  protected:
   void SetUp() override {
@@ -42,12 +45,14 @@ class PeersCommands : public testing::Test {
   }
   std::string path(const std::string& name) const { return (dir_ / name).string(); }
   void write(const std::string& name, const std::string& text) const { std::ofstream(dir_ / name) << text; }
+  // Imports the two modalities of kOrthanc into the catalogue `name` (status 0 expected).
+  int importOrthanc(const std::string& name) const {
+    write("orthanc.json", kOrthanc);
+    return run("import --from orthanc '" + path("orthanc.json") + "' -o '" + path(name) + "'").status;
+  }
 
   fs::path dir_;
 };
-
-constexpr const char* kOrthanc = R"({ "DicomModalities" : { "pacs" : [ "PACS", "10.0.0.5", 104 ],
-  "archive" : { "AET" : "LTA", "Host" : "lta", "Port" : 11112, "LocalAet" : "ME" } } })";
 
 struct Damaged {
   const char* format;
@@ -84,7 +89,7 @@ TEST_F(PeersCommands, StrictTurnsAnyLossIntoStatusOneAndWritesNothing) {
   EXPECT_NE(strictImport.err.find("node 2 \"archive\": LocalAet: \"ME\""), std::string::npos) << strictImport.err;
   EXPECT_FALSE(fs::exists(dir_ / "c.plist"));
 
-  ASSERT_EQ(run("import --from orthanc '" + path("orthanc.json") + "' -o '" + path("c.plist") + "'").status, 0);
+  ASSERT_EQ(importOrthanc("c.plist"), 0);
   const auto strictExport = run("export --strict --to weasis '" + path("c.plist") + "' -o '" + path("nodes.xml") + "'");
   EXPECT_EQ(strictExport.status, 1);
   EXPECT_NE(strictExport.err.find("retrieveMode: CMOVE -> reads back as CGET"), std::string::npos) << strictExport.err;
@@ -104,8 +109,7 @@ TEST_F(PeersCommands, StrictTurnsAnyLossIntoStatusOneAndWritesNothing) {
 }
 
 TEST_F(PeersCommands, ImportAppendsOrUpdatesMatchingNodesKeepingWhatTheFormatDoesNotCarry) {
-  write("orthanc.json", kOrthanc);
-  ASSERT_EQ(run("import --from orthanc '" + path("orthanc.json") + "' -o '" + path("c.plist") + "'").status, 0);
+  ASSERT_EQ(importOrthanc("c.plist"), 0);
   // A field Orthanc does not carry, set in the catalogue, and an unknown key of another application.
   std::string catalogue = slurp(dir_ / "c.plist");
   const auto at = catalogue.find("<key>Port</key>");
@@ -136,8 +140,7 @@ TEST_F(PeersCommands, ImportAppendsOrUpdatesMatchingNodesKeepingWhatTheFormatDoe
 }
 
 TEST_F(PeersCommands, ImportsIntoAJsonCatalogueAndExportsTheNodesSelectorsChoose) {
-  write("orthanc.json", kOrthanc);
-  ASSERT_EQ(run("import --from orthanc '" + path("orthanc.json") + "' -o '" + path("c.json") + "'").status, 0);
+  ASSERT_EQ(importOrthanc("c.json"), 0);
   EXPECT_NE(slurp(dir_ / "c.json").find("\"aetitle\": \"LTA\""), std::string::npos) << slurp(dir_ / "c.json");
 
   const auto both = run("export --to orthanc '" + path("c.json") + "' --aet LTA --index 1");
@@ -152,8 +155,7 @@ TEST_F(PeersCommands, ImportsIntoAJsonCatalogueAndExportsTheNodesSelectorsChoose
 }
 
 TEST_F(PeersCommands, CtkExportIntoAnExistingSettingsFileKeepsItsOtherSettings) {
-  write("orthanc.json", kOrthanc);
-  ASSERT_EQ(run("import --from orthanc '" + path("orthanc.json") + "' -o '" + path("c.plist") + "'").status, 0);
+  ASSERT_EQ(importOrthanc("c.plist"), 0);
   write("Slicer.ini", "[General]\nlanguage=de_DE\n[DICOM]\nStoragePort=11113\nServerNodeCount=1\n"
                       "ServerNodes\\0=\"@ByteArray({\\\"Called AETitle\\\": \\\"OLD\\\"})\"\n");
   const auto merged = run("export --to ctk '" + path("c.plist") + "' -o '" + path("Slicer.ini") + "'");

@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <span>
+#include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -22,6 +24,21 @@ std::vector<std::string> described(const std::vector<peers::PeerLoss>& losses) {
   return lines;
 }
 
+// What CTK carries of a node.
+auto carried(const DicomNode& n) { return std::tuple(n.name, n.aetitle, n.address, n.port, n.retrieveMode, n.isQueryable); }
+
+DicomNode node(const char* name, const char* aetitle, const char* address, const char* port,
+               RetrieveModeType mode = RetrieveModeType::cget, std::optional<bool> queryable = std::nullopt) {
+  DicomNode n;
+  if (name) n.name = name;
+  n.aetitle = aetitle;
+  n.address = address;
+  n.port = port;
+  n.retrieveMode = mode;
+  n.isQueryable = queryable;
+  return n;
+}
+
 // The newer layout as CTK writes it (QJsonDocument's indented text in a byte array).
 constexpr const char* kNewer = R"ini([DICOM]
 ServerNodeCount=3
@@ -34,18 +51,9 @@ StorageAETitle=SLICER
 TEST(CtkImport, ReadsTheNewerLayoutAsWrittenAndReportsWhatHasNoField) {
   const auto list = importCtkServerNodes(kNewer);
   ASSERT_EQ(list.nodes.size(), 2u);
-  const DicomNode& archive = list.nodes[0];
-  EXPECT_EQ(archive.name, "Archive");
-  EXPECT_EQ(archive.aetitle, "LTA_MAIN");
-  EXPECT_EQ(archive.address, "lta.hospital.lan");
-  EXPECT_EQ(archive.port, "11112");
-  EXPECT_EQ(archive.retrieveMode, RetrieveModeType::cmove);
-  EXPECT_EQ(archive.isQueryable, true);
-  const DicomNode& ct = list.nodes[1];
-  EXPECT_EQ(ct.name, " CT \xc3\xa9");  // as written: not trimmed, UTF-8 kept
-  EXPECT_EQ(ct.aetitle, "ct2_scu");
-  EXPECT_EQ(ct.retrieveMode, RetrieveModeType::cget);
-  EXPECT_EQ(ct.isQueryable, false);
+  EXPECT_EQ(carried(list.nodes[0]), carried(node("Archive", "LTA_MAIN", "lta.hospital.lan", "11112", RetrieveModeType::cmove, true)));
+  // As written: not trimmed, UTF-8 kept, not re-cased.
+  EXPECT_EQ(carried(list.nodes[1]), carried(node(" CT \xc3\xa9", "ct2_scu", "10.1.4.22", "104", RetrieveModeType::cget, false)));
   const std::vector<std::string> expected{
       "node 2 \" CT \xc3\xa9\": Calling AETitle: \"SLICER\" -> not kept (no field for it)",
       "node 2 \" CT \xc3\xa9\": Colour: \"red\" -> not kept (no field for it)",
@@ -123,12 +131,7 @@ TEST(CtkImport, ReadsTheMapLayoutsOfEarlierVersions) {
   for (const std::string& text : {classic, newerMap}) {
     const auto list = importCtkServerNodes(text);
     ASSERT_EQ(list.nodes.size(), 1u) << text;
-    EXPECT_EQ(list.nodes[0].name, "Archive");
-    EXPECT_EQ(list.nodes[0].aetitle, "LTA_MAIN");
-    EXPECT_EQ(list.nodes[0].address, "lta");
-    EXPECT_EQ(list.nodes[0].port, "11112");
-    EXPECT_EQ(list.nodes[0].retrieveMode, RetrieveModeType::cmove);
-    EXPECT_EQ(list.nodes[0].isQueryable, true);
+    EXPECT_EQ(carried(list.nodes[0]), carried(node("Archive", "LTA_MAIN", "lta", "11112", RetrieveModeType::cmove, true)));
     EXPECT_TRUE(list.losses.empty()) << described(list.losses)[0];
   }
   // Both lists in one file: the newer is read, the classic one reported.
@@ -160,23 +163,11 @@ TEST(CtkImport, DamagedInputNamesTheKey) {
   }
 }
 
-DicomNode node(const char* name, const char* aetitle, const char* port) {
-  DicomNode n;
-  if (name) n.name = name;
-  n.aetitle = aetitle;
-  n.address = "host.lan";
-  n.port = port;
-  return n;
-}
-
 TEST(CtkExport, RoundTripsWhatCtkHoldsAndReportsTheRest) {
-  std::vector<DicomNode> nodes{node("Archive", "LTA", "11112"), node("Archive", "LTA2", "104"), node(nullptr, "ANON", "4242"),
-                               node("Web \xc3\xa9", "WEB", "8080")};
-  nodes[0].retrieveMode = RetrieveModeType::cmove;
-  nodes[0].isQueryable = true;
-  nodes[1].isQueryable = false;
-  nodes[3].retrieveMode = RetrieveModeType::wado;
-  nodes[3].isQueryable = true;
+  std::vector<DicomNode> nodes{node("Archive", "LTA", "h", "11112", RetrieveModeType::cmove, true),
+                               node("Archive", "LTA2", "h", "104", RetrieveModeType::cget, false),
+                               node(nullptr, "ANON", "h", "4242"),
+                               node("Web \xc3\xa9", "WEB", "h", "8080", RetrieveModeType::wado, true)};
   nodes[3].transferSyntax = TransferSyntax::EXS_JPEGProcess1;
   nodes[3].icon = "globe";
   nodes[3].tlsSettings->isEnabled = true;
@@ -197,22 +188,20 @@ TEST(CtkExport, RoundTripsWhatCtkHoldsAndReportsTheRest) {
   const auto back = importCtkServerNodes(out.text);
   EXPECT_TRUE(back.losses.empty()) << described(back.losses)[0];
   ASSERT_EQ(back.nodes.size(), nodes.size());
-  const char* names[] = {"Archive", "Archive-2", "ANON", "Web \xc3\xa9"};
-  for (std::size_t i = 0; i < nodes.size(); ++i) {
-    EXPECT_EQ(back.nodes[i].name, names[i]);
-    EXPECT_EQ(back.nodes[i].aetitle, nodes[i].aetitle);
-    EXPECT_EQ(back.nodes[i].port, nodes[i].port);
-    EXPECT_EQ(back.nodes[i].isQueryable, nodes[i].isQueryable.value_or(true));
-    EXPECT_EQ(back.nodes[i].retrieveMode, i == 0 ? RetrieveModeType::cmove : RetrieveModeType::cget);
-  }
+  const std::vector<DicomNode> readBack{node("Archive", "LTA", "h", "11112", RetrieveModeType::cmove, true),
+                                        node("Archive-2", "LTA2", "h", "104", RetrieveModeType::cget, false),
+                                        node("ANON", "ANON", "h", "4242", RetrieveModeType::cget, true),
+                                        node("Web \xc3\xa9", "WEB", "h", "8080", RetrieveModeType::cget, true)};
+  for (std::size_t i = 0; i < nodes.size(); ++i) EXPECT_EQ(carried(back.nodes[i]), carried(readBack[i])) << i;
 }
 
 TEST(CtkExport, RefusesNodesCtkCannotHoldNamingThem) {
   const std::pair<DicomNode, const char*> cases[] = {
-      {node("a", "", "1"), "node 1 \"a\": no AE title"},
-      {node("a", "A", "0"), "node 1 \"a\": port \"0\" is not a number in 1-65535"},
-      {node("a", "A", "1O4"), "node 1 \"a\": port \"1O4\""},
-      {node("a\xff", "A", "104"), "the name is not UTF-8"},
+      {node("a", "", "h", "1"), "node 1 \"a\": no AE title"},
+      {node("a", "A", "", "1"), "node 1 \"a\": no address"},
+      {node("a", "A", "h", "0"), "node 1 \"a\": port \"0\" is not a number in 1-65535"},
+      {node("a", "A", "h", "1O4"), "node 1 \"a\": port \"1O4\""},
+      {node("a\xff", "A", "h", "104"), "the name is not UTF-8"},
   };
   for (const auto& [given, message] : cases) {
     try {
@@ -228,7 +217,7 @@ TEST(CtkExport, IntoAnExistingFileReplacesOnlyTheServerNodes) {
   const std::string existing = std::string(kNewer) +
                                "[General]\nlanguage=de_DE\n[Python]\nConsoleFont=\"Monospace,10\"\n"
                                "[DICOM]\nStoragePort=11113\nServerNodes\\7=stale\n";
-  const DicomNode one = node("Only", "ONLY", "11112");
+  const DicomNode one = node("Only", "ONLY", "h", "11112");
   const auto out = exportCtkServerNodes(std::span(&one, 1), existing);
   const auto back = importCtkServerNodes(out.text);
   ASSERT_EQ(back.nodes.size(), 1u);
