@@ -2,15 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
-#include <cstdint>
-#include <cstdio>
 #include <span>
 #include <optional>
 #include <string>
 #include <tuple>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace telvor::qt {
@@ -65,77 +61,28 @@ TEST(CtkImport, ReadsTheNewerLayoutAsWrittenAndReportsWhatHasNoField) {
   EXPECT_EQ(described(list.losses), expected);
 }
 
-// QSettings' INI text of a QVariantMap of texts and ints, made without QSettings: a
-// big-endian QDataStream of Qt 4.0's version (type, then data; no null flags), escaped as
-// QSettings escapes: C escapes, \x for other control bytes, and a hex digit right after
-// an escape escaped too.
-std::string variantMapIni(const std::vector<std::pair<std::string, std::variant<std::string, int>>>& map) {
-  std::string bytes;
-  auto u32 = [&](std::uint32_t v) {
-    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>((v >> shift) & 0xFF);
-  };
-  auto utf16 = [&](const std::string& ascii) {
-    u32(static_cast<std::uint32_t>(ascii.size() * 2));
-    for (char c : ascii) bytes += {'\0', c};
-  };
-  u32(8);  // QVariantMap
-  u32(static_cast<std::uint32_t>(map.size()));
-  for (const auto& [key, value] : map) {
-    utf16(key);
-    if (const auto* text = std::get_if<std::string>(&value)) {
-      u32(10);
-      utf16(*text);
-    } else {
-      u32(2);
-      u32(static_cast<std::uint32_t>(std::get<int>(value)));
-    }
-  }
-  std::string out = "@Variant(";
-  bool afterEscape = false;
-  for (unsigned char c : bytes) {
-    static constexpr std::pair<unsigned char, char> kCEscapes[] = {{0, '0'},  {7, 'a'},  {8, 'b'},  {9, 't'},
-                                                                   {10, 'n'}, {11, 'v'}, {12, 'f'}, {13, 'r'}};
-    if (c < 0x20 || c >= 0x7F || (afterEscape && std::isxdigit(c))) {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\x%x", c);
-      for (const auto& [byte, letter] : kCEscapes)
-        if (byte == c) std::snprintf(escape, sizeof escape, "\\%c", letter);
-      out += escape;
-      afterEscape = true;
-      continue;
-    }
-    if (c == '"' || c == '\\') out += '\\';
-    out += static_cast<char>(c);
-    afterEscape = false;
-  }
-  return out + ")";
-}
-
-TEST(CtkImport, TheMapEncodingIsQSettingsOwn) {
-  // QSettings 6.4's own line for this map.
-  EXPECT_EQ(variantMapIni({{"AETitle", std::string("LTA")}, {"CGET", 0}}),
-            R"(@Variant(\0\0\0\b\0\0\0\x2\0\0\0\xe\0\x41\0\x45\0T\0i\0t\0l\0\x65\0\0\0\n\0\0\0\x6\0L\0T\0\x41)"
-            R"(\0\0\0\b\0\x43\0G\0\x45\0T\0\0\0\x2\0\0\0\0))");
-}
+// The map layouts of earlier versions, as QSettings writes a QVariantMap: a big-endian
+// QDataStream (type, then data; in Qt 4.0's version, so without null flags) in INI escapes.
+constexpr const char* kClassic = R"ini([General]
+ServerNodeCount=1
+CallingAETitle=SLICER
+[ServerNodes]
+0=@Variant(\0\0\0\b\0\0\0\x6\0\0\0\xe\0\x41\0\x45\0T\0i\0t\0l\0\x65\0\0\0\n\0\0\0\x10\0L\0T\0\x41\0_\0M\0\x41\0I\0N\0\0\0\xe\0\x41\0\x64\0\x64\0r\0\x65\0s\0s\0\0\0\n\0\0\0\x6\0l\0t\0\x61\0\0\0\b\0\x43\0G\0\x45\0T\0\0\0\x2\0\0\0\0\0\0\0\x14\0\x43\0h\0\x65\0\x63\0k\0S\0t\0\x61\0t\0\x65\0\0\0\x2\0\0\0\x2\0\0\0\b\0N\0\x61\0m\0\x65\0\0\0\n\0\0\0\xe\0\x41\0r\0\x63\0h\0i\0v\0\x65\0\0\0\b\0P\0o\0r\0t\0\0\0\n\0\0\0\n\0\x31\0\x31\0\x31\0\x31\0\x32)
+)ini";
+constexpr const char* kNewerMap = R"ini([DICOM]
+ServerNodeCount=1
+ServerNodes\0=@Variant(\0\0\0\b\0\0\0\b\0\0\0\xe\0\x41\0\x64\0\x64\0r\0\x65\0s\0s\0\0\0\n\0\0\0\x6\0l\0t\0\x61\0\0\0\x1c\0\x43\0\x61\0l\0l\0\x65\0\x64\0 \0\x41\0\x45\0T\0i\0t\0l\0\x65\0\0\0\n\0\0\0\x10\0L\0T\0\x41\0_\0M\0\x41\0I\0N\0\0\0\b\0N\0\x61\0m\0\x65\0\0\0\n\0\0\0\xe\0\x41\0r\0\x63\0h\0i\0v\0\x65\0\0\0\b\0P\0o\0r\0t\0\0\0\n\0\0\0\n\0\x31\0\x31\0\x31\0\x31\0\x32\0\0\0\x10\0P\0r\0o\0t\0o\0\x63\0o\0l\0\0\0\n\0\0\0\n\0\x43\0M\0O\0V\0\x45\0\0\0\n\0P\0r\0o\0x\0y\0\0\0\n\0\0\0\0\0\0\0.\0Q\0u\0\x65\0r\0y\0R\0\x65\0t\0r\0i\0\x65\0v\0\x65\0\x43\0h\0\x65\0\x63\0k\0S\0t\0\x61\0t\0\x65\0\0\0\x2\0\0\0\x2\0\0\0\xe\0T\0i\0m\0\x65\0o\0u\0t\0\0\0\x2\0\0\0\n)
+)ini";
 
 TEST(CtkImport, ReadsTheMapLayoutsOfEarlierVersions) {
-  const std::string classic = "[General]\nServerNodeCount=1\nCallingAETitle=SLICER\n[ServerNodes]\n0=" +
-                              variantMapIni({{"AETitle", std::string("LTA_MAIN")}, {"Address", std::string("lta")},
-                                             {"CGET", 0}, {"CheckState", 2}, {"Name", std::string("Archive")},
-                                             {"Port", std::string("11112")}}) + "\n";
-  const std::string newerMap = "[DICOM]\nServerNodeCount=1\nServerNodes\\0=" +
-                               variantMapIni({{"Address", std::string("lta")}, {"Called AETitle", std::string("LTA_MAIN")},
-                                              {"Name", std::string("Archive")}, {"Port", std::string("11112")},
-                                              {"Protocol", std::string("CMOVE")}, {"Proxy", std::string("")},
-                                              {"QueryRetrieveCheckState", 2}, {"Timeout", 10}}) + "\n";
-  for (const std::string& text : {classic, newerMap}) {
+  for (const char* text : {kClassic, kNewerMap}) {
     const auto list = importCtkServerNodes(text);
     ASSERT_EQ(list.nodes.size(), 1u) << text;
     EXPECT_EQ(carried(list.nodes[0]), carried(node("Archive", "LTA_MAIN", "lta", "11112", RetrieveModeType::cmove, true)));
     EXPECT_TRUE(list.losses.empty()) << described(list.losses)[0];
   }
   // Both lists in one file: the newer is read, the classic one reported.
-  const auto both = importCtkServerNodes(classic + newerMap);
+  const auto both = importCtkServerNodes(std::string(kClassic) + kNewerMap);
   EXPECT_EQ(both.nodes.size(), 1u);
   ASSERT_EQ(both.losses.size(), 1u);
   EXPECT_EQ(both.losses[0].chosen, "skipped (the DICOM/ServerNodes list is read)");
