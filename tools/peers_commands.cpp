@@ -102,7 +102,7 @@ int runImport(const ImportRequest& request) {
   }
   std::vector<peers::PeerLoss> losses = std::move(list.losses);
   try {
-    if (!request.catalogue) {
+    if (!request.catalogue || *request.catalogue == "-") {
       auto catalogue = catalogue::Catalogue::empty(catalogue::FileFormat::xmlPropertyList);
       store(catalogue, list, format, false, losses);
       reportLosses(request.source, losses);

@@ -15,7 +15,7 @@ namespace telvor::tool {
 struct ImportRequest {
   std::string format;                    // a name from peerFormats()
   std::string source;                    // the other system's file, "-" for standard input
-  std::optional<std::string> catalogue;  // -o: appended to under its lock (created when missing); else printed
+  std::optional<std::string> catalogue;  // -o: appended to under its lock (created when missing); absent or "-": printed
   bool replaceMatching = false;          // update the nodes with the same AE title, address and port
   bool strict = false;                   // any loss fails
   std::uint64_t maxInputBytes = std::uint64_t{256} << 20;  // larger inputs are refused unread
