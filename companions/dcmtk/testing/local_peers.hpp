@@ -29,6 +29,7 @@
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmnet/scp.h"
+#include "support/free_port.hpp"
 
 extern char** environ;
 
@@ -136,20 +137,7 @@ inline bool runProgram(const std::vector<std::string>& argv, const fs::path& log
   return child.started() && child.exitStatus(limit) == 0;
 }
 
-// A TCP port on 127.0.0.1 that nothing used a moment ago.
-inline std::uint16_t freePort() {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  std::uint16_t port = 0;
-  if (::bind(fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-      ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-    port = ntohs(address.sin_port);
-  ::close(fd);
-  return port;
-}
+using testing_support::freePort;
 
 // Whether something listens on `port` (IPv4 or IPv6), read from the kernel's socket table
 // so that no connection is made to the listener.
