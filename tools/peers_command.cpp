@@ -40,7 +40,10 @@ CommandSpec exportCommand() {
             command.add_option("-o,--output", request->output,
                                "output file (default: standard output); a format that holds more than peers (ctk) keeps "
                                "the rest of an existing file");
-            addSelectorOptions(command, request->select, true, "Selectors (any of; --name and --aet repeatable)");
+            addSelectorOptions(command, request->selectors, true, "Selectors (any of; --name and --aet repeatable)");
+            command.add_option("--select", request->select,
+                               "a node by its number in list, its name or its AE title (repeatable)")
+                ->group("Selectors (any of; --name and --aet repeatable)");
             command.footer("Without selectors every node is exported; with them, each node any of them matches.");
             command.add_flag("--strict", request->strict, "fail (exit 1, nothing written) on any loss");
             addInputLimit(command, request->maxInputBytes);

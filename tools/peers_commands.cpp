@@ -72,14 +72,26 @@ Counts store(catalogue::Catalogue& catalogue, const peers::PeerList& list, const
 
 // The catalogue positions (from 0) of the nodes chosen: those any selector matches, in
 // catalogue order; all of them when no selector is given.
-std::vector<std::size_t> chosen(const catalogue::Catalogue& catalogue, const SelectorOptions& select) {
+std::vector<std::size_t> chosen(const catalogue::Catalogue& catalogue, const SelectorOptions& select,
+                                const std::vector<std::string>& texts) {
   std::vector<catalogue::Selector> selectors;
   if (select.index) selectors.push_back(catalogue::Selector::byIndex(*select.index));
   if (select.id) selectors.push_back(catalogue::Selector::byId(*select.id));
   for (const auto& name : select.name) selectors.push_back(catalogue::Selector::byName(name));
   for (const auto& aet : select.aet) selectors.push_back(catalogue::Selector::byAetitle(aet));
   std::set<std::size_t> picked;
-  if (selectors.empty())
+  // --select TEXT: whatever TEXT names, as `list` shows it (a position, a name, an AE title).
+  for (const auto& text : texts) {
+    std::vector<std::size_t> matches = catalogue.matches(catalogue::Selector::byName(text));
+    for (std::size_t i : catalogue.matches(catalogue::Selector::byAetitle(text))) matches.push_back(i);
+    if (!text.empty() && text.find_first_not_of("0123456789") == std::string::npos && text.size() < 10) {
+      const std::size_t position = std::stoul(text);
+      if (position >= 1 && position <= catalogue.size()) matches.push_back(position - 1);
+    }
+    if (matches.empty()) throw UsageError("--select \"" + text + "\" matches no node's position, name or AE title");
+    picked.insert(matches.begin(), matches.end());
+  }
+  if (selectors.empty() && texts.empty())
     for (std::size_t i = 0; i < catalogue.size(); ++i) picked.insert(i);
   for (const auto& selector : selectors) {
     const auto matches = catalogue.matches(selector);
@@ -142,7 +154,7 @@ int runExport(const ExportRequest& request) {
   }
   std::vector<std::size_t> positions;  // catalogue positions (from 0), for the reports
   try {
-    positions = chosen(*catalogue, request.select);
+    positions = chosen(*catalogue, request.selectors, request.select);
   } catch (const catalogue::CatalogueError& e) {
     rethrowAsToolError(e);
   }

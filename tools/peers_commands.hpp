@@ -25,7 +25,8 @@ struct ExportRequest {
   std::string format;
   std::string catalogue;                 // any catalogue format, "-" for standard input
   std::optional<std::string> output;     // -o; standard output when absent
-  SelectorOptions select;                // the nodes any of them matches, in catalogue order; all when none
+  SelectorOptions selectors;             // with `select`: the nodes any of them matches, in catalogue order;
+  std::vector<std::string> select;       // all when none. --select: a position, name or AE title
   bool strict = false;
   std::uint64_t maxInputBytes = std::uint64_t{256} << 20;
 };

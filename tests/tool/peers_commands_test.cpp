@@ -152,6 +152,10 @@ TEST_F(PeersCommands, ImportsIntoAJsonCatalogueAndExportsTheNodesSelectorsChoose
   const auto none = run("export --to orthanc '" + path("c.json") + "' --name nobody");
   EXPECT_EQ(none.status, 2);
   EXPECT_NE(none.err.find("--name \"nobody\" matches no node"), std::string::npos) << none.err;
+  // --select takes whatever list shows: a position, a name, an AE title.
+  const auto listed = run("export --to orthanc '" + path("c.json") + "' --select 1 --select LTA");
+  EXPECT_EQ(listed.out, both.out) << listed.err;
+  EXPECT_EQ(run("export --to orthanc '" + path("c.json") + "' --select 3").status, 2);
 }
 
 TEST_F(PeersCommands, CtkExportIntoAnExistingSettingsFileKeepsItsOtherSettings) {
