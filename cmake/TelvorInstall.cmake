@@ -100,13 +100,18 @@ foreach(_telvor_format IN ITEMS json plist dcmtk qt)
 endforeach()
 
 # Other systems' peer lists, and the DCMTK configuration-file readers built on them (their
-# headers sit beside the companion's, under telvor/dcmtk/).
-foreach(_telvor_peers IN ITEMS peers dcmtk_peers)
+# headers sit beside the companion's, under telvor/dcmtk/), and CTK's server nodes over QtCore
+# (under telvor/qt/).
+foreach(_telvor_peers IN ITEMS peers dcmtk_peers qt_peers)
   if(TARGET telvor_${_telvor_peers})
     if(_telvor_peers STREQUAL "peers")
       set(_folder formats/peers/telvor/peers)
       set(_dir peers)
       set(_set TelvorPeersTargets)
+    elseif(_telvor_peers STREQUAL "qt_peers")
+      set(_folder companions/qt/peers/telvor/qt)
+      set(_dir qt)
+      set(_set TelvorQtPeersTargets)
     else()
       set(_folder companions/dcmtk/peers/telvor/dcmtk)
       set(_dir dcmtk)

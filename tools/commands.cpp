@@ -21,7 +21,11 @@ catalogue::Catalogue readCatalogue(const std::optional<std::string>& input, std:
   try {
     if (!input) return catalogue::Catalogue::parse(sampleCatalogue(), catalogue::FileFormat::xmlPropertyList);
     const std::string bytes = readInput(*input, maxInputBytes);
-    return catalogue::Catalogue::parse(bytes, catalogue::Catalogue::formatOf(*input, bytes));
+    try {
+      return catalogue::Catalogue::parse(bytes, catalogue::Catalogue::formatOf(*input, bytes));
+    } catch (const catalogue::CatalogueError& e) {
+      throw InputError((*input == "-" ? std::string("standard input") : *input) + ": " + e.what());
+    }
   } catch (const catalogue::CatalogueError& e) {
     rethrowAsToolError(e);
   }

@@ -9,6 +9,9 @@
 #include "telvor/dcmtk/dcmpstat_communication.hpp"
 #include "telvor/dcmtk/dcmqrscp_host_table.hpp"
 #endif
+#ifdef TELVOR_TOOL_CTK_PEERS
+#include "telvor/qt/ctk_server_nodes.hpp"
+#endif
 
 #if defined(TELVOR_TOOL_DCMTK_PEERS) && defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -26,18 +29,27 @@ namespace {
 #ifdef TELVOR_TOOL_DCMTK_PEERS
 peers::PeerExport writeDcmpstat(std::span<const DicomNode> nodes) { return dcmtk::exportDcmpstatCommunication(nodes); }
 #endif
+#ifdef TELVOR_TOOL_CTK_PEERS
+peers::PeerExport writeCtk(std::span<const DicomNode> nodes) { return qt::exportCtkServerNodes(nodes); }
+peers::PeerExport mergeCtk(std::span<const DicomNode> nodes, std::string_view existing) {
+  return qt::exportCtkServerNodes(nodes, existing);
+}
+#endif
 
 constexpr PeerFormat kFormats[] = {
     {"orthanc", "Orthanc's configuration (DicomModalities) or GET /modalities?expand", &peers::importOrthanc,
-     &peers::exportOrthanc, kName | kAddressing | kRetrieveMode | kTlsEnabled},
+     &peers::exportOrthanc, kName | kAddressing | kRetrieveMode | kTlsEnabled, nullptr},
 #ifdef TELVOR_TOOL_DCMTK_PEERS
     {"dcmtk-qr", "dcmqrscp.cfg HostTable", &dcmtk::importDcmqrscpHostTable, &dcmtk::exportDcmqrscpHostTable,
-     kName | kAddressing},
+     kName | kAddressing, nullptr},
     {"dcmtk-pstat", "dcmpstat.cfg [[COMMUNICATION]]", &dcmtk::importDcmpstatCommunication, &writeDcmpstat,
-     kName | kAddressing | kTransferSyntax | kTls},
+     kName | kAddressing | kTransferSyntax | kTls, nullptr},
+#endif
+#ifdef TELVOR_TOOL_CTK_PEERS
+    {"ctk", "CTK's server nodes in QSettings (3D Slicer's Slicer.ini)", &qt::importCtkServerNodes, &writeCtk, kName | kAddressing | kRetrieveMode | kQueryable, &mergeCtk},
 #endif
     {"weasis", "Weasis dicomNodes.xml", &peers::importWeasis, &peers::exportWeasis,
-     kName | kAddressing | kTransferSyntax | kQueryable},
+     kName | kAddressing | kTransferSyntax | kQueryable, nullptr},
 };
 
 }  // namespace

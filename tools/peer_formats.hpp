@@ -30,6 +30,9 @@ struct PeerFormat {
   peers::PeerList (*read)(std::string_view text);
   peers::PeerExport (*write)(std::span<const DicomNode> nodes);
   unsigned carried;  // PeerField bits
+  // For formats whose file holds more than the peers (an application's settings): writes
+  // the nodes into the existing file's text, keeping the rest. Null: export replaces the file.
+  peers::PeerExport (*merge)(std::span<const DicomNode> nodes, std::string_view existing);
 };
 
 // The formats this build offers, in the order help lists them.

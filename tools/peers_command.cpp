@@ -19,7 +19,7 @@ CommandSpec importCommand() {
             command.add_option("SOURCE", request->source, "the other system's file; \"-\" reads standard input")
                 ->required();
             command.add_option("-o,--output", request->catalogue,
-                               "catalogue to append to (created when missing); without it the catalogue is printed");
+                               "catalogue to append to (created when missing; any catalogue format); without it the catalogue is printed");
             command.add_flag("--replace-matching", request->replaceMatching,
                              "update the nodes with the same AE title, address and port instead of appending");
             command.add_flag("--strict", request->strict, "fail (exit 1, nothing written) on any loss");
@@ -34,10 +34,17 @@ CommandSpec exportCommand() {
             auto request = std::make_shared<ExportRequest>();
             command.add_option("--to", request->format, "the other system's format (an unknown name lists the ones offered)")
                 ->required();
-            command.add_option("CATALOGUE", request->catalogue, "property-list catalogue; \"-\" reads standard input")
+            command.add_option("CATALOGUE", request->catalogue,
+                               "catalogue file (XML or binary property list, or JSON); \"-\" reads standard input")
                 ->required();
-            command.add_option("-o,--output", request->output, "output file (default: standard output)");
-            command.add_option("--select", request->select, "only these nodes: names, AE titles or positions (from 1)");
+            command.add_option("-o,--output", request->output,
+                               "output file (default: standard output); a format that holds more than peers (ctk) keeps "
+                               "the rest of an existing file");
+            addSelectorOptions(command, request->selectors, true, "Selectors (any of; --name and --aet repeatable)");
+            command.add_option("--select", request->select,
+                               "a node by its number in list, its name or its AE title (repeatable)")
+                ->group("Selectors (any of; --name and --aet repeatable)");
+            command.footer("Without selectors every node is exported; with them, each node any of them matches.");
             command.add_flag("--strict", request->strict, "fail (exit 1, nothing written) on any loss");
             addInputLimit(command, request->maxInputBytes);
             return CommandRun([request] { return runExport(*request); });

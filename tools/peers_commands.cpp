@@ -3,12 +3,14 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <set>
+#include <vector>
 
+#include "commands.hpp"
 #include "io.hpp"
 #include "peer_formats.hpp"
-#include "plist_io.hpp"
+#include "support/checked_output.hpp"
 #include "support/terminal_text.hpp"
-#include "telvor/node/dictionary_edit.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
@@ -27,15 +29,76 @@ int damaged(const std::string& where, const std::string& message) {
   return kDamaged;
 }
 
+bool refusedByStrict(bool strict, const std::vector<peers::PeerLoss>& losses) {
+  if (!strict || losses.empty()) return false;
+  std::cerr << "telvor-nodes: --strict: " << losses.size() << " loss(es); nothing written\n";
+  return true;
+}
+
 bool samePeer(const DicomNode& a, const DicomNode& b) {
   return a.aetitle == b.aetitle && a.address == b.address && a.port == b.port;
 }
 
-bool selected(const DicomNode& node, std::size_t position, const std::vector<std::string>& select) {
-  if (select.empty()) return true;
-  for (const std::string& s : select)
-    if (node.name == s || node.aetitle == s || s == std::to_string(position)) return true;
-  return false;
+struct Counts {
+  std::size_t added = 0, updated = 0;
+};
+
+// Adds the imported nodes to `catalogue` (or updates the matching ones); a node the
+// catalogue cannot hold is left out with a loss.
+Counts store(catalogue::Catalogue& catalogue, const peers::PeerList& list, const PeerFormat& format, bool replaceMatching,
+             std::vector<peers::PeerLoss>& losses) {
+  Counts counts;
+  for (std::size_t i = 0; i < list.nodes.size(); ++i) {
+    const DicomNode& node = list.nodes[i];
+    if (!node.toDictionary()) {
+      losses.push_back({i + 1, peers::labelOf(node), "node", "no AE title, name, address or port",
+                        "left out (a catalogue node needs all four)"});
+      continue;
+    }
+    std::optional<std::size_t> match;
+    if (replaceMatching)
+      for (std::size_t k = 0; k < catalogue.size() && !match; ++k)
+        if (samePeer(catalogue.node(k), node)) match = k;
+    if (match) {
+      catalogue.replace(*match, withCarriedFields(catalogue.node(*match), node, format.carried));
+      ++counts.updated;
+    } else {
+      catalogue.append(node);
+      ++counts.added;
+    }
+  }
+  return counts;
+}
+
+// The catalogue positions (from 0) of the nodes chosen: those any selector matches, in
+// catalogue order; all of them when no selector is given.
+std::vector<std::size_t> chosen(const catalogue::Catalogue& catalogue, const SelectorOptions& select,
+                                const std::vector<std::string>& texts) {
+  std::vector<catalogue::Selector> selectors;
+  if (select.index) selectors.push_back(catalogue::Selector::byIndex(*select.index));
+  if (select.id) selectors.push_back(catalogue::Selector::byId(*select.id));
+  for (const auto& name : select.name) selectors.push_back(catalogue::Selector::byName(name));
+  for (const auto& aet : select.aet) selectors.push_back(catalogue::Selector::byAetitle(aet));
+  std::set<std::size_t> picked;
+  // --select TEXT: whatever TEXT names, as `list` shows it (a position, a name, an AE title).
+  for (const auto& text : texts) {
+    std::vector<std::size_t> matches = catalogue.matches(catalogue::Selector::byName(text));
+    for (std::size_t i : catalogue.matches(catalogue::Selector::byAetitle(text))) matches.push_back(i);
+    if (!text.empty() && text.find_first_not_of("0123456789") == std::string::npos && text.size() < 10) {
+      const std::size_t position = std::stoul(text);
+      if (position >= 1 && position <= catalogue.size()) matches.push_back(position - 1);
+    }
+    if (matches.empty()) throw UsageError("--select \"" + text + "\" matches no node's position, name or AE title");
+    picked.insert(matches.begin(), matches.end());
+  }
+  if (selectors.empty() && texts.empty())
+    for (std::size_t i = 0; i < catalogue.size(); ++i) picked.insert(i);
+  for (const auto& selector : selectors) {
+    const auto matches = catalogue.matches(selector);
+    if (matches.empty()) throw UsageError(selector.describe() + " matches no node");
+    picked.insert(matches.begin(), matches.end());
+  }
+  return {picked.begin(), picked.end()};
 }
 
 }  // namespace
@@ -49,91 +112,81 @@ int runImport(const ImportRequest& request) {
   } catch (const peers::PeerFormatError& e) {
     return damaged(request.source, e.what());
   }
-
-  DictionaryList catalogue{{}, true};
-  if (request.catalogue && std::filesystem::exists(*request.catalogue)) {
-    try {
-      catalogue = readPlist(readInput(*request.catalogue, request.maxInputBytes));
-    } catch (const InputError& e) {
-      return damaged(*request.catalogue, e.what());
-    }
-    catalogue.wasArray = true;
-  }
-
-  // Losses of storing: a node the catalogue cannot hold (no dictionary form) is left out.
   std::vector<peers::PeerLoss> losses = std::move(list.losses);
-  std::size_t imported = 0, updated = 0;
-  for (std::size_t i = 0; i < list.nodes.size(); ++i) {
-    const DicomNode& node = list.nodes[i];
-    auto dictionary = node.toDictionary();
-    if (!dictionary) {
-      losses.push_back({i + 1, peers::labelOf(node), "node", "no AE title, name, address or port",
-                        "left out (a catalogue node needs all four)"});
-      continue;
+  try {
+    if (!request.catalogue || *request.catalogue == "-") {
+      auto catalogue = catalogue::Catalogue::empty(catalogue::FileFormat::xmlPropertyList);
+      store(catalogue, list, format, false, losses);
+      reportLosses(request.source, losses);
+      if (refusedByStrict(request.strict, losses)) return kLost;
+      writeStandardOutput(catalogue.serialize());
+      return kDone;
     }
-    bool replaced = false;
-    if (request.replaceMatching) {
-      for (PropertyDictionary& stored : catalogue.dictionaries) {
-        const DicomNode before(stored);
-        if (!samePeer(before, node)) continue;
-        applyDictionaryEdit(stored, before, withCarriedFields(before, node, format.carried));
-        replaced = true;
-        ++updated;
-        break;
-      }
+    catalogue::CatalogueEditor::Options options;
+    options.createIfMissing = true;
+    options.maxInputBytes = request.maxInputBytes;
+    std::optional<catalogue::CatalogueEditor> editor;
+    try {
+      editor.emplace(catalogue::CatalogueEditor::open(*request.catalogue, options));
+    } catch (const catalogue::CatalogueError& e) {
+      if (e.kind() == catalogue::CatalogueError::Kind::unusableInput) return damaged(*request.catalogue, e.what());
+      throw;
     }
-    if (!replaced) {
-      catalogue.dictionaries.push_back(std::move(*dictionary));
-      ++imported;
-    }
+    const Counts counts = store(editor->catalogue(), list, format, request.replaceMatching, losses);
+    reportLosses(request.source, losses);
+    if (refusedByStrict(request.strict, losses)) return kLost;
+    editor->save();
+    std::cerr << "telvor-nodes: " << escapeForTerminal(*request.catalogue) << ": " << counts.added << " node(s) added, "
+              << counts.updated << " updated\n";
+  } catch (const catalogue::CatalogueError& e) {
+    rethrowAsToolError(e);
   }
-  reportLosses(request.source, losses);
-  if (request.strict && !losses.empty()) {
-    std::cerr << "telvor-nodes: --strict: " << losses.size() << " loss(es); nothing written\n";
-    return kLost;
-  }
-  writeOutput(request.catalogue, writePlist(catalogue, false));
-  if (request.catalogue)
-    std::cerr << "telvor-nodes: " << escapeForTerminal(*request.catalogue) << ": " << imported << " node(s) added, " << updated
-              << " updated\n";
   return kDone;
 }
 
 int runExport(const ExportRequest& request) {
   const PeerFormat& format = peerFormat(request.format);
-  DictionaryList catalogue;
+  std::optional<catalogue::Catalogue> catalogue;
   try {
-    catalogue = readPlist(readInput(request.catalogue, request.maxInputBytes));
+    catalogue = readCatalogue(request.catalogue, request.maxInputBytes);
   } catch (const InputError& e) {
     return damaged(request.catalogue, e.what());
   }
-  std::vector<DicomNode> nodes;
-  std::vector<std::size_t> positions;  // catalogue positions, for the reports
-  for (std::size_t i = 0; i < catalogue.dictionaries.size(); ++i) {
-    DicomNode node(catalogue.dictionaries[i]);
-    if (!selected(node, i + 1, request.select)) continue;
-    nodes.push_back(std::move(node));
-    positions.push_back(i + 1);
+  std::vector<std::size_t> positions;  // catalogue positions (from 0), for the reports
+  try {
+    positions = chosen(*catalogue, request.selectors, request.select);
+  } catch (const catalogue::CatalogueError& e) {
+    rethrowAsToolError(e);
   }
-  if (!request.select.empty() && nodes.empty()) throw UsageError("--select chose no node");
+  std::vector<DicomNode> nodes;
+  for (std::size_t i : positions) nodes.push_back(catalogue->node(i));
+
+  // An existing file of a format that holds more than peers keeps the rest; it must read
+  // as that format, or it is left alone.
+  std::optional<std::string> existing;
+  if (format.merge && request.output && *request.output != "-" && std::filesystem::exists(*request.output)) {
+    existing = readInput(*request.output, request.maxInputBytes);
+    try {
+      format.read(*existing);
+    } catch (const peers::PeerFormatError& e) {
+      return damaged(*request.output, e.what());
+    }
+  }
   peers::PeerExport out;
   try {
-    out = format.write(nodes);
+    out = existing ? format.merge(nodes, *existing) : format.write(nodes);
   } catch (const peers::PeerFormatError& e) {
     // The exporter counts the nodes it was given; name the node by its catalogue position.
     std::string message = e.what();
     std::size_t k = 0;
     if (std::sscanf(e.place().c_str(), "node %zu", &k) == 1 && k >= 1 && k <= positions.size())
-      message.replace(0, 5 + std::to_string(k).size(), "node " + std::to_string(positions[k - 1]));
+      message.replace(0, 5 + std::to_string(k).size(), "node " + std::to_string(positions[k - 1] + 1));
     std::cerr << "telvor-nodes: " << escapeForTerminal(request.catalogue + ": " + message) << " (nothing written)\n";
     return kLost;
   }
-  for (auto& loss : out.losses) loss.position = positions[loss.position - 1];
+  for (auto& loss : out.losses) loss.position = positions[loss.position - 1] + 1;
   reportLosses(request.catalogue, out.losses);
-  if (request.strict && !out.losses.empty()) {
-    std::cerr << "telvor-nodes: --strict: " << out.losses.size() << " loss(es); nothing written\n";
-    return kLost;
-  }
+  if (refusedByStrict(request.strict, out.losses)) return kLost;
   writeOutput(request.output, out.text);
   return kDone;
 }

@@ -7,14 +7,15 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
+
+#include "selector_options.hpp"
 
 namespace telvor::tool {
 
 struct ImportRequest {
   std::string format;                    // a name from peerFormats()
   std::string source;                    // the other system's file, "-" for standard input
-  std::optional<std::string> catalogue;  // -o: appended to (created when missing); else printed
+  std::optional<std::string> catalogue;  // -o: appended to under its lock (created when missing); absent or "-": printed
   bool replaceMatching = false;          // update the nodes with the same AE title, address and port
   bool strict = false;                   // any loss fails
   std::uint64_t maxInputBytes = std::uint64_t{256} << 20;  // larger inputs are refused unread
@@ -22,9 +23,10 @@ struct ImportRequest {
 
 struct ExportRequest {
   std::string format;
-  std::string catalogue;                 // a property-list catalogue, "-" for standard input
+  std::string catalogue;                 // any catalogue format, "-" for standard input
   std::optional<std::string> output;     // -o; standard output when absent
-  std::vector<std::string> select;       // names, AE titles or positions (from 1); all when empty
+  SelectorOptions selectors;             // with `select`: the nodes any of them matches, in catalogue order;
+  std::vector<std::string> select;       // all when none. --select: a position, name or AE title
   bool strict = false;
   std::uint64_t maxInputBytes = std::uint64_t{256} << 20;
 };

@@ -18,8 +18,7 @@ catalogue::Selector SelectorOptions::selector() const {
   return catalogue::Selector::byAetitle(aet.front());
 }
 
-void addSelectorOptions(CLI::App& command, SelectorOptions& options, bool withNameAndAet) {
-  const char* group = "Selector (one of)";
+void addSelectorOptions(CLI::App& command, SelectorOptions& options, bool withNameAndAet, const char* group) {
   command.add_option("--index", options.index, "the node at this 1-based position (see `list`)")
       ->check(CLI::PositiveNumber)
       ->group(group);

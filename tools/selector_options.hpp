@@ -25,7 +25,8 @@ struct SelectorOptions {
 };
 
 // Declares --index and --id, and --name and --aet unless `withNameAndAet` is false (in
-// `set`, whose field options declare those two).
-void addSelectorOptions(CLI::App& command, SelectorOptions& options, bool withNameAndAet = true);
+// `set`, whose field options declare those two), under the help heading `group`.
+void addSelectorOptions(CLI::App& command, SelectorOptions& options, bool withNameAndAet = true,
+                        const char* group = "Selector (one of)");
 
 }  // namespace telvor::tool

@@ -2,10 +2,7 @@
 // lists, telvor-nodes imports; Orthanc echoes a storescp taken from an exported
 // configuration; telvor-nodes echoes Orthanc. Orthanc listens on every address, so it runs
 // in a private network namespace holding only loopback (orthanc_session.py).
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,12 +14,14 @@
 #include <sstream>
 #include <string>
 
+#include "support/free_port.hpp"
 #include "telvor/peers/orthanc.hpp"
 
 namespace {
 
 namespace fs = std::filesystem;
 using telvor::DicomNode;
+using telvor::testing_support::freePort;
 
 std::string slurp(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -35,20 +34,6 @@ std::string onPath(const std::string& name) {
   for (const char* dir : {"/usr/sbin", "/usr/bin", "/usr/local/bin"})
     if (::access((fs::path(dir) / name).c_str(), X_OK) == 0) return (fs::path(dir) / name).string();
   return {};
-}
-
-std::uint16_t freePort() {
-  const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t length = sizeof address;
-  std::uint16_t port = 0;
-  if (::bind(fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-      ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-    port = ntohs(address.sin_port);
-  ::close(fd);
-  return port;
 }
 
 int shell(const std::string& command) {

@@ -87,6 +87,15 @@ std::string readFile(const std::filesystem::path& path, std::uint64_t limit, boo
   }
 }
 
+// Parses a file's bytes; a catalogue that cannot be read is named by its path.
+Catalogue parseFile(const std::filesystem::path& path, std::string_view bytes) {
+  try {
+    return Catalogue::parse(bytes, Catalogue::formatOf(path, bytes));
+  } catch (const CatalogueError& e) {
+    throw CatalogueError(e.kind(), path.string() + ": " + e.what());
+  }
+}
+
 }  // namespace
 
 std::string Selector::describe() const {
@@ -145,8 +154,7 @@ Catalogue Catalogue::parse(std::string_view bytes, FileFormat format) {
 }
 
 Catalogue Catalogue::load(const std::filesystem::path& path, std::uint64_t maxInputBytes) {
-  const std::string bytes = readFile(path, maxInputBytes, nullptr);
-  return parse(bytes, formatOf(path, bytes));
+  return parseFile(path, readFile(path, maxInputBytes, nullptr));
 }
 
 std::optional<WadoSettings> Catalogue::savedWadoSettings(std::size_t index) const {
@@ -272,8 +280,7 @@ CatalogueEditor CatalogueEditor::open(const std::filesystem::path& path, const O
   auto lock = CatalogueLock::acquire(ec ? path : target, options.wait);
   bool missing = false;
   const std::string bytes = readFile(path, options.maxInputBytes, options.createIfMissing ? &missing : nullptr);
-  auto catalogue = missing ? Catalogue::empty(Catalogue::formatOf(path, {}))
-                           : Catalogue::parse(bytes, Catalogue::formatOf(path, bytes));
+  auto catalogue = missing ? Catalogue::empty(Catalogue::formatOf(path, {})) : parseFile(path, bytes);
   return CatalogueEditor(path, options, std::move(lock), std::move(catalogue));
 }
 

@@ -51,7 +51,7 @@ class Catalogue {
   // "KIND at PATH: DESCRIPTION" of the failing record.
   static Catalogue parse(std::string_view bytes, FileFormat format);
   // Reads the file (no lock), refusing one larger than `maxInputBytes`. Throws
-  // CatalogueError (unusableInput) naming the path.
+  // CatalogueError (unusableInput) naming the file: "FILE: KIND at PATH: DESCRIPTION".
   static Catalogue load(const std::filesystem::path& path, std::uint64_t maxInputBytes = kDefaultMaxInputBytes);
   // A catalogue with no node, to be saved in `format`.
   static Catalogue empty(FileFormat format);

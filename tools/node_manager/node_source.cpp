@@ -1,132 +1,75 @@
 #include "node_source.hpp"
 
 #include <QSettings>
-#include <boost/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
-#include "telvor/json/json.hpp"
-#include "telvor/node/dictionary_edit.hpp"
-#include "telvor/plist/plist.hpp"
+#include "catalogue.hpp"
+#include "catalogue_error.hpp"
 #include "telvor/qt/node_settings_store.hpp"
-#include "support/atomic_save.hpp"
-#include "support/bounded_input.hpp"
 
 namespace telvor::node_manager {
 
 namespace {
 
-// Throws tool::ReadError ("PATH: REASON") for a missing, unreadable or oversized file.
-std::string readCatalogue(const QString& path) { return tool::readBounded(path.toStdString()); }
-
-class PlistFile final : public NodeSource {
+// A property list (XML or binary) or JSON file, through the catalogue library: edits
+// change only what they must, and a save takes the catalogue lock and replaces the file
+// atomically, like telvor-nodes does.
+class CatalogueFile final : public NodeSource {
  public:
-  explicit PlistFile(QString path) : path_(std::move(path)) {}
+  explicit CatalogueFile(QString path) : path_(std::move(path)) {}
   QString description() const override { return path_; }
 
   std::vector<DicomNode> load() override {
-    const std::string bytes = readCatalogue(path_);
-    format_ = bytes.starts_with("bplist") ? plist::Format::binary : plist::Format::xml;
-    try {
-      document_ = plist::parse(bytes);
-    } catch (const std::exception& e) {
-      throw std::runtime_error(path_.toStdString() + ": " + e.what());
-    }
-    std::vector<DicomNode> nodes;
-    for (const PropertyDictionary& stored : document_.dictionaries) nodes.emplace_back(stored);
+    loaded_ = catalogue::Catalogue::load(path_.toStdString());
+    std::vector<DicomNode> nodes = loaded_->nodes();
+    // The window tells nodes apart by identifier; a property list stores none.
+    for (DicomNode& node : nodes)
+      if (!node.uniqueId) node.uniqueId = UUID::random();
     return nodes;
   }
 
   void save(const std::vector<CatalogueEntry>& entries) override {
-    plist::PropertyListDocument saved{{}, document_.wasArray || entries.size() != 1};
+    if (!loaded_) throw std::logic_error("save before load");
+    auto editor = catalogue::CatalogueEditor::open(path_.toStdString(), {});
+    catalogue::Catalogue& stored = editor.catalogue();
+    // The window's positions are those of the file as loaded: another program's save since
+    // then would make them point at other nodes.
+    if (stored.serialize() != loaded_->serialize())
+      throw std::runtime_error(path_.toStdString() +
+                               ": changed by another program since it was opened; nothing saved (reopen it to "
+                               "see its changes, or save under another name)");
+    std::vector<bool> kept(stored.size(), false);
+    std::size_t next = 0;  // entries keep the loaded order: edited ones first, new ones after
     for (const CatalogueEntry& entry : entries) {
-      if (entry.origin) {
-        PropertyDictionary stored = document_.dictionaries.at(*entry.origin);
-        const DicomNode before(stored);
-        if (!applyDictionaryEdit(stored, before, entry.node).applied) refuse(entry.node);
-        saved.dictionaries.push_back(std::move(stored));
-      } else if (auto form = entry.node.toDictionary()) {
-        saved.dictionaries.push_back(std::move(*form));
-      } else {
-        refuse(entry.node);
-      }
+      if (!entry.origin) continue;
+      if (*entry.origin < next || *entry.origin >= stored.size()) throw std::logic_error("entries out of order");
+      next = *entry.origin + 1;
+      kept[*entry.origin] = true;
+      edit(entry.node, [&] { stored.replace(*entry.origin, entry.node); });
     }
-    std::string bytes;
-    try {
-      bytes = plist::serialize(saved, format_);
-    } catch (const std::exception& e) {
-      throw std::runtime_error(path_.toStdString() + ": " + e.what());
-    }
-    tool::saveAtomically(path_.toStdString(), bytes);
-    document_ = std::move(saved);
+    for (std::size_t i = stored.size(); i-- > 0;)
+      if (!kept[i]) stored.remove(i);
+    for (const CatalogueEntry& entry : entries)
+      if (!entry.origin) edit(entry.node, [&] { stored.append(entry.node); });
+    editor.save();
+    loaded_ = std::move(stored);
   }
 
  private:
-  [[noreturn]] void refuse(const DicomNode& node) const {
-    throw std::runtime_error(path_.toStdString() + ": node \"" + node.name.value_or("") +
-                             "\" needs an AE title, a name, an address and a port before it can be saved");
+  template <class Edit>
+  void edit(const DicomNode& node, Edit apply) const {
+    try {
+      apply();
+    } catch (const catalogue::CatalogueError& e) {
+      if (e.kind() != catalogue::CatalogueError::Kind::selection) throw;
+      throw std::runtime_error(path_.toStdString() + ": node \"" + node.name.value_or("") + "\": " + e.what());
+    }
   }
 
   QString path_;
-  plist::PropertyListDocument document_;
-  plist::Format format_ = plist::Format::xml;
-};
-
-class JsonFile final : public NodeSource {
- public:
-  explicit JsonFile(QString path) : path_(std::move(path)) {}
-  QString description() const override { return path_; }
-
-  std::vector<DicomNode> load() override {
-    const std::string bytes = readCatalogue(path_);
-    std::vector<DicomNode> nodes;
-    try {
-      const boost::json::value document = json::parse(bytes);
-      wasArray_ = document.is_array();
-      stored_ = wasArray_ ? document.as_array() : boost::json::array{document};
-      for (std::size_t i = 0; i < stored_.size(); ++i)
-        nodes.push_back(json::fromDocument<DicomNode>(
-            stored_[i], wasArray_ ? CodingPathLink(nullptr, static_cast<std::int64_t>(i)) : CodingPathLink()));
-    } catch (const std::exception& e) {
-      throw std::runtime_error(path_.toStdString() + ": " + e.what());
-    }
-    return nodes;
-  }
-
-  // An edited node keeps its stored object: the members whose coded form changed are set,
-  // those the new form leaves out are erased, and every other member stays.
-  void save(const std::vector<CatalogueEntry>& entries) override {
-    boost::json::array saved;
-    try {
-      for (const CatalogueEntry& entry : entries) {
-        const boost::json::value after = json::toDocument(entry.node);
-        if (!entry.origin) {
-          saved.push_back(after);
-          continue;
-        }
-        boost::json::value stored = stored_.at(*entry.origin);
-        const boost::json::value before = json::toDocument(json::fromDocument<DicomNode>(stored));
-        boost::json::object& object = stored.as_object();
-        for (const auto& member : after.as_object())
-          if (const auto* old = before.as_object().if_contains(member.key()); !old || *old != member.value())
-            object[member.key()] = member.value();
-        for (const auto& member : before.as_object())
-          if (!after.as_object().contains(member.key())) object.erase(member.key());
-        saved.push_back(std::move(stored));
-      }
-    } catch (const std::exception& e) {
-      throw std::runtime_error(path_.toStdString() + ": " + e.what());
-    }
-    const bool single = !wasArray_ && saved.size() == 1;
-    tool::saveAtomically(path_.toStdString(),
-                   json::serialize(single ? saved.front() : boost::json::value(saved), {.indent = 2}) + "\n");
-    stored_ = std::move(saved);
-  }
-
- private:
-  QString path_;
-  boost::json::array stored_;
-  bool wasArray_ = true;
+  std::optional<catalogue::Catalogue> loaded_;
 };
 
 class SettingsGroup final : public NodeSource {
@@ -184,10 +127,7 @@ class SettingsGroup final : public NodeSource {
 
 }  // namespace
 
-std::unique_ptr<NodeSource> openCatalogueFile(const QString& path) {
-  if (path.endsWith(QStringLiteral(".json"), Qt::CaseInsensitive)) return std::make_unique<JsonFile>(path);
-  return std::make_unique<PlistFile>(path);
-}
+std::unique_ptr<NodeSource> openCatalogueFile(const QString& path) { return std::make_unique<CatalogueFile>(path); }
 
 std::unique_ptr<NodeSource> openSettingsGroup(const QString& iniPath, const QString& group) {
   return std::make_unique<SettingsGroup>(iniPath, group);

@@ -35,8 +35,9 @@ class NodeSource {
   virtual void save(const std::vector<CatalogueEntry>& entries) = 0;
 };
 
-// A property list (XML or binary, kept in its form) or, for a ".json" path, the nodes'
-// JSON form.
+// A catalogue file as telvor-nodes reads it: a property list (XML or binary, kept in its
+// form) or the nodes' JSON form. A save refuses (naming the file) when another program
+// changed the file since it was loaded, and never overwrites that change.
 std::unique_ptr<NodeSource> openCatalogueFile(const QString& path);
 // The nodes under `group` of a QSettings INI file (see telvor/qt/node_settings_store.hpp).
 std::unique_ptr<NodeSource> openSettingsGroup(const QString& iniPath, const QString& group);

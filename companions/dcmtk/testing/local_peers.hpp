@@ -30,6 +30,7 @@
 
 #include "dcmtk/config/osconfig.h"
 #include "dcmtk/dcmnet/scp.h"
+#include "support/free_port.hpp"
 #include "support/scratch_files.hpp"
 
 extern char** environ;
@@ -141,12 +142,7 @@ inline BoundSocket bindLoopback(int family = AF_INET, std::optional<int> backlog
   return bound;
 }
 
-// A TCP port on 127.0.0.1 that nothing used a moment ago.
-inline std::uint16_t freePort() {
-  const BoundSocket bound = bindLoopback();
-  ::close(bound.fd);
-  return bound.port;
-}
+using testing_support::freePort;
 
 // A socket connected (or connecting, with SOCK_NONBLOCK in `flags`) to 127.0.0.1:`port`.
 inline int connectLoopback(std::uint16_t port, int flags = 0) {

@@ -166,6 +166,25 @@ class WindowTest : public QObject {
     QCOMPARE(saved.back().name, std::optional<std::string>("New node"));
   }
 
+  // Another program saves the file while the window has it open: the window's save is
+  // refused and that program's change survives.
+  void saveRefusedAfterAnotherProgramsChange() {
+    QTemporaryDir dir;
+    MainWindow window;
+    QVERIFY(window.open(sampleSource(Kind::plist, dir)));
+    QProcess tool;
+    tool.start(TELVOR_NODES_TOOL, {"set", "--index", "1", "--port", "4243", dir.filePath("nodes.plist")});
+    QVERIFY(tool.waitForFinished(30000));
+    QCOMPARE(tool.exitCode(), 0);
+    const std::string theirs = readFile(dir.filePath("nodes.plist"));
+    child<QTableView>(window, "nodeTable")->selectRow(2);
+    pickRetrieveMode(window, "CMOVE");
+    child<QAction>(window, "saveAction")->trigger();
+    QVERIFY(window.isWindowModified());
+    QVERIFY2(window.message().contains("changed by another program"), qPrintable(window.message()));
+    QCOMPARE(readFile(dir.filePath("nodes.plist")), theirs);
+  }
+
   // A refused edit leaves the node as it was and says why.
   void formRefusesInvalidPort() {
     QTemporaryDir dir;
