@@ -1,8 +1,10 @@
 #include "ini_settings_file.hpp"
 
 #include <QFile>
+#include <atomic>
 #include <mutex>
 #include <stdexcept>
+#include <thread>
 
 #include "telvor/peers/peer_list.hpp"
 
@@ -14,8 +16,13 @@ namespace {
 std::mutex gOpenFile;
 QString gFirstMessage;
 QtMessageHandler gPrevious = nullptr;
+std::atomic<std::thread::id> gOwner;  // the thread that opened the file: other threads' messages pass on
 
-void keepMessage(QtMsgType, const QMessageLogContext&, const QString& message) {
+void keepMessage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+  if (std::this_thread::get_id() != gOwner) {
+    if (gPrevious) gPrevious(type, context, message);
+    return;
+  }
   if (gFirstMessage.isEmpty()) gFirstMessage = message;
 }
 
@@ -23,6 +30,7 @@ void keepMessage(QtMsgType, const QMessageLogContext&, const QString& message) {
 
 IniSettingsFile::IniSettingsFile(std::string_view text) {
   gOpenFile.lock();
+  gOwner = std::this_thread::get_id();
   gFirstMessage.clear();
   gPrevious = qInstallMessageHandler(keepMessage);
   try {

@@ -14,8 +14,9 @@ namespace telvor::qt::detail {
 
 class IniSettingsFile {
  public:
-  // Opens `text` as QSettings' INI format. While the object lives, Qt's messages go to
-  // this object instead of standard error (one file at a time: a process-wide lock).
+  // Opens `text` as QSettings' INI format. While the object lives, Qt's messages from this
+  // thread go to this object instead of standard error; other threads' messages go to the
+  // handler installed before (one file at a time: a process-wide lock).
   // Throws peers::PeerFormatError when QSettings cannot read the text as INI, and
   // std::runtime_error when no temporary file can be made.
   explicit IniSettingsFile(std::string_view text);
