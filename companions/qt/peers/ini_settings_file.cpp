@@ -15,12 +15,12 @@ namespace {
 // print, so while a file is open its messages are kept here.
 std::mutex gOpenFile;
 QString gFirstMessage;
-QtMessageHandler gPrevious = nullptr;
+std::atomic<QtMessageHandler> gPrevious = nullptr;
 std::atomic<std::thread::id> gOwner;  // the thread that opened the file: other threads' messages pass on
 
 void keepMessage(QtMsgType type, const QMessageLogContext& context, const QString& message) {
   if (std::this_thread::get_id() != gOwner) {
-    if (gPrevious) gPrevious(type, context, message);
+    if (const QtMessageHandler previous = gPrevious) previous(type, context, message);
     return;
   }
   if (gFirstMessage.isEmpty()) gFirstMessage = message;
