@@ -1,0 +1,55 @@
+// JSON text read with simdjson's DOM parser: the reading half of json::decode.
+//
+//   telvor::json::SimdjsonDocument document;
+//   if (document.parse(text)) nodes = document.decode<std::vector<telvor::DicomNode>>();
+//
+// Values read through it are those of the Boost.JSON reader (JsonDecoderBackend, whose
+// header says how JSON meets the coding interface): the same kinds, the last of duplicate
+// keys, Int64 integers only, keys found in any order. simdjson parses the whole text
+// first, so anything that is not JSON (and anything nested deeper than kMaxDepth) is
+// refused before a value is read. It is refused without a position, though, and simdjson
+// also refuses some JSON that Boost.JSON reads (integers beyond 64 bits): json::decode
+// hands every text that parse() refuses, and every text whose decoding fails, to the
+// Boost.JSON reader, so that errors are exactly that reader's.
+//
+// A document is read by one thread at a time (its reader keeps cursors into the arrays
+// and objects being read).
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "telvor/coding/codable.hpp"
+#include "telvor/coding/coding_path.hpp"
+#include "telvor/coding/decoder.hpp"
+#include "telvor/json/telvor_json_export.hpp"
+
+namespace telvor::json {
+
+class TELVOR_JSON_API SimdjsonDocument {
+ public:
+  SimdjsonDocument();
+  ~SimdjsonDocument();
+  SimdjsonDocument(const SimdjsonDocument&) = delete;
+  SimdjsonDocument& operator=(const SimdjsonDocument&) = delete;
+
+  // Parses `text` (copied; the text need not outlive the call). False, with no document,
+  // when simdjson refuses it. A parse replaces the previous document.
+  bool parse(std::string_view text);
+
+  // The backend and root position of the parsed document, valid until the next parse.
+  const DecoderBackend& backend() const noexcept;
+  DecoderBackend::Position root() const noexcept;
+
+  // Reads a T from the parsed document (DecodingError as the coding interface says).
+  template <Codable T>
+  T decode(CodingPathLink at = {}) const {
+    return telvor::decode<T>(Decoder(backend(), root(), at));
+  }
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace telvor::json
