@@ -14,12 +14,18 @@
 
 namespace bench {
 
-// Through the library: telvor::json::parse and fromDocument<DicomNode> per element;
-// an Encoder per array slot and telvor::json::serialize.
+// Through the library: telvor::json::decode of the array (simdjson's parser under the
+// coding interface); an Encoder per array slot and telvor::json::serialize.
 namespace library {
 std::vector<telvor::DicomNode> decode(std::string_view text);
 std::string encode(std::span<const telvor::DicomNode> nodes);
 }  // namespace library
+
+// The library's Boost.JSON reader: telvor::json::parse and fromDocument<DicomNode> per
+// element (what json::decode did before it read with simdjson).
+namespace library_boost {
+std::vector<telvor::DicomNode> decode(std::string_view text);
+}  // namespace library_boost
 
 // What an application developer writes by hand with nlohmann::json: to_json/from_json
 // for the three records. nlohmann::json keeps keys sorted, so its text holds the same

@@ -73,6 +73,7 @@ void registerJsonBenchmarks() {
       benchmark::RegisterBenchmark(name.c_str(), fn, args..., count)->MinTime(minTime)->Repetitions(kRepetitions);
     };
     add("decode/library", decode, &library::decode);
+    add("decode/library_boost", decode, &library_boost::decode);
     add("decode/boost_direct", decode, &direct::decode);
     add("decode/nlohmann", decode, &nlohmann_json::decode);
     add("decode/nlohmann_ordered", decode, &nlohmann_ordered::decode);
