@@ -34,16 +34,16 @@ std::string pathOf(const Records<T>& records, std::size_t index) {
 }
 
 // An array of records through the interface's unkeyed container (errors at `$[i]...`),
-// or one record.
+// or one record. The text is read by json::decode, whose document is gone once the
+// records are built.
 template <class T>
 Records<T> readJson(std::string_view bytes) {
   Records<T> records;
+  const auto start = bytes.find_first_not_of(" \t\r\n");
+  records.wasArray = start != std::string_view::npos && bytes[start] == '[';
   try {
-    boost::json::monotonic_resource scratch;
-    const auto document = json::parse(bytes, &scratch);
-    records.wasArray = document.is_array();
-    if (records.wasArray) records.values = json::fromDocument<std::vector<T>>(document);
-    else records.values.push_back(json::fromDocument<T>(document));
+    if (records.wasArray) records.values = json::decode<std::vector<T>>(bytes);
+    else records.values.push_back(json::decode<T>(bytes));
   } catch (const CodingError& e) {
     throw InputError(e.what());
   }
@@ -65,9 +65,12 @@ Records<T> readPlistRecords(std::string_view bytes) {
 template <class T>
 std::string writeJson(const Records<T>& records) {
   try {
-    if (!records.wasArray && records.values.size() == 1)
-      return json::encode(records.values.front(), {.indent = 2}) + "\n";
-    return json::encode(records.values, {.indent = 2}) + "\n";
+    // An array is written one record's document at a time.
+    std::string text = !records.wasArray && records.values.size() == 1
+                           ? json::encode(records.values.front(), {.indent = 2})
+                           : json::encode(records.values, {.indent = 2});
+    text += '\n';
+    return text;
   } catch (const CodingError& e) {
     throw InputError(e.what());
   }
