@@ -27,6 +27,12 @@ namespace library_boost {
 std::vector<telvor::DicomNode> decode(std::string_view text);
 }  // namespace library_boost
 
+// simdjson's DOM used directly, with the same checks as the coded form: the floor of
+// the library's decoder (decoding only).
+namespace simdjson_direct {
+std::vector<telvor::DicomNode> decode(std::string_view text);
+}  // namespace simdjson_direct
+
 // What an application developer writes by hand with nlohmann::json: to_json/from_json
 // for the three records. nlohmann::json keeps keys sorted, so its text holds the same
 // entries in another order; the same code over nlohmann::ordered_json writes the very

@@ -78,6 +78,7 @@ void registerJsonBenchmarks() {
     add("decode/nlohmann", decode, &nlohmann_json::decode);
     add("decode/nlohmann_ordered", decode, &nlohmann_ordered::decode);
     add("decode/simdjson_parse_only", simdjsonParse);
+    add("decode/simdjson_direct", decode, &simdjson_direct::decode);
     add("encode/library", encode, &library::encode);
     add("encode/boost_direct", encode, &direct::encode);
     add("encode/nlohmann", encode, &nlohmann_json::encode);

@@ -41,14 +41,20 @@ class TELVOR_JSON_API SimdjsonDocument {
   const DecoderBackend& backend() const noexcept;
   DecoderBackend::Position root() const noexcept;
 
+  // A thread keeps the buffers of its last document of up to this many bytes for its next
+  // one (simdjson's buffers take about 15 times the text's size, mostly untouched).
+  static constexpr std::size_t kKeptCapacity = std::size_t{64} << 20;
+
   // Reads a T from the parsed document (DecodingError as the coding interface says).
   template <Codable T>
   T decode(CodingPathLink at = {}) const {
     return telvor::decode<T>(Decoder(backend(), root(), at));
   }
 
- private:
+ 
   struct State;
+
+ private:
   std::unique_ptr<State> state_;
 };
 
