@@ -2,73 +2,32 @@
 // Lookups are simdjson's own (the first entry under a key; the library takes the last).
 #include <simdjson.h>
 
-#include <stdexcept>
+#include <optional>
 
 #include "catalogue.hpp"
 #include "codecs.hpp"
+#include "direct_reader.hpp"
 
 namespace bench::simdjson_direct {
 namespace {
 
 using simdjson::dom::element;
-using simdjson::dom::object;
 
-// The entry under the key unless it is missing or null.
-std::optional<element> present(const object& o, std::string_view key) {
-  element e;
-  if (o.at_key(key).get(e) != simdjson::SUCCESS || e.is_null()) return std::nullopt;
-  return e;
-}
-
-std::optional<std::string> optionalText(const object& o, std::string_view key) {
-  if (const auto e = present(o, key)) return std::string(std::string_view(*e));
-  return std::nullopt;
-}
-
-template <class E>
-E code(const object& o, std::string_view key) {
-  if (auto e = telvor::fromRawValue<E>(std::int64_t(o.at_key(key)))) return *e;
-  throw std::invalid_argument("unknown code");
-}
-
-void readWado(const object& o, telvor::WadoSettings& w) {
-  const auto port = present(o, "port");
-  w.port = port ? std::optional<std::int64_t>(std::int64_t(*port)) : std::nullopt;
-  w.url = optionalText(o, "url");
-  w.password = optionalText(o, "password");
-  w.username = optionalText(o, "username");
-  w.retrieveSyntax = code<telvor::SupportedWadoTransferSyntaxType>(o, "retrieveSyntax");
-  w.https = bool(o.at_key("https"));
-}
-
-telvor::DicomNode readNode(const object& o) {
-  telvor::DicomNode n = blankNode();
-  if (const auto id = present(o, "uniqueId")) {
-    n.uniqueId = telvor::UUID::fromString(std::string_view(*id));
-    if (!n.uniqueId) throw std::invalid_argument("uniqueId is not a UUID");
+// simdjson's DOM values, for the hand-written reader; simdjson's conversions throw on
+// another kind.
+struct SimdjsonAccess {
+  using Object = simdjson::dom::object;
+  static std::optional<element> present(const Object& o, std::string_view key) {
+    element e;
+    if (o.at_key(key).get(e) != simdjson::SUCCESS || e.is_null()) return std::nullopt;
+    return e;
   }
-  n.aetitle = optionalText(o, "aetitle");
-  n.name = optionalText(o, "name");
-  n.address = optionalText(o, "address");
-  n.port = optionalText(o, "port");
-  n.transferSyntax = code<telvor::TransferSyntax>(o, "transferSyntax");
-  n.retrieveMode = code<telvor::RetrieveModeType>(o, "retrieveMode");
-  n.isDicomNode = bool(o.at_key("isDicomNode"));
-  const auto queryable = present(o, "isQueryable");
-  n.isQueryable = queryable ? std::optional<bool>(bool(*queryable)) : std::nullopt;
-  readWado(object(o.at_key("wadoSettings")), n.wadoSettings);
-  n.icon = optionalText(o, "icon");
-  if (const auto tls = present(o, "tlsSettings")) {
-    const object t(*tls);
-    telvor::TlsSettings s;
-    s.isEnabled = bool(t.at_key("isEnabled"));
-    s.securityProfile = code<telvor::TLSSecurityProfile>(t, "securityProfile");
-    s.verifyPeerCertificate = bool(t.at_key("verifyPeerCertificate"));
-    s.authenticateWithCertificate = bool(t.at_key("authenticateWithCertificate"));
-    n.tlsSettings = s;
-  }
-  return n;
-}
+  static element at(const Object& o, std::string_view key) { return o.at_key(key); }
+  static std::string_view text(const element& e) { return std::string_view(e); }
+  static std::int64_t integer(const element& e) { return std::int64_t(e); }
+  static bool boolean(const element& e) { return bool(e); }
+  static Object asObject(const element& e) { return Object(e); }
+};
 
 }  // namespace
 
@@ -78,7 +37,7 @@ std::vector<telvor::DicomNode> decode(std::string_view text) {
   const simdjson::dom::array array(parser.parse(text.data(), text.size(), true));
   std::vector<telvor::DicomNode> nodes;
   nodes.reserve(array.size());
-  for (const element e : array) nodes.push_back(readNode(object(e)));
+  for (const element e : array) nodes.push_back(DirectReader<SimdjsonAccess>::readNode(simdjson::dom::object(e)));
   return nodes;
 }
 
