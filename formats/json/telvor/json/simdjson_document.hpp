@@ -45,7 +45,7 @@ class TELVOR_JSON_API SimdjsonDocument {
   // A thread keeps the buffers of its last document of up to this many bytes for its next
   // one: simdjson reserves about 15 times the text's size, of which parsing touches (and
   // the thread then keeps resident) about 3.5 times. Larger documents' buffers are freed.
-  static constexpr std::size_t kKeptCapacity = std::size_t{16} << 20;
+  static constexpr std::size_t kKeptCapacity = std::size_t{1} << 20;
 
   // Reads a T from the parsed document (DecodingError as the coding interface says).
   template <Codable T>
