@@ -75,12 +75,17 @@ std::size_t droppedEntries(const std::string& bytes, Format from) {
       count(root);
   };
   // The text was read, so it is JSON; simdjson refuses only integers beyond 64 bits.
-  if (json::SimdjsonDocument document; document.parse(bytes)) {
-    countIn(document.backend(), document.root());
-  } else {
+  bool parsed = false;
+  {
+    json::SimdjsonDocument document;
+    parsed = document.parse(bytes);
+    if (parsed) countIn(document.backend(), document.root());
+  }
+  json::SimdjsonDocument::releaseKeptBuffers();
+  if (!parsed) {
     boost::json::monotonic_resource scratch;
-    const auto parsed = json::parse(bytes, &scratch);
-    countIn(json::JsonDecoderBackend(), &parsed);
+    const auto document = json::parse(bytes, &scratch);
+    countIn(json::JsonDecoderBackend(), &document);
   }
   return dropped;
 }

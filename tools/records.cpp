@@ -47,6 +47,8 @@ Records<T> readJson(std::string_view bytes) {
   } catch (const CodingError& e) {
     throw InputError(e.what());
   }
+  // The parser's buffers (three times the input) are not needed while writing.
+  json::SimdjsonDocument::releaseKeptBuffers();
   return records;
 }
 

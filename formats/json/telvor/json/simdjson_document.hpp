@@ -43,9 +43,15 @@ class TELVOR_JSON_API SimdjsonDocument {
   DecoderBackend::Position root() const noexcept;
 
   // A thread keeps the buffers of its last document of up to this many bytes for its next
-  // one: simdjson reserves about 15 times the text's size, of which parsing touches (and
-  // the thread then keeps resident) about 3.5 times. Larger documents' buffers are freed.
-  static constexpr std::size_t kKeptCapacity = std::size_t{1} << 20;
+  // one, as fresh memory costs a page fault per page (half the decoding time of a large
+  // document). simdjson reserves about 15 times the text's size, of which parsing touches
+  // (and the thread then keeps resident) about 3 times. Larger documents' buffers are
+  // freed at once; releaseKeptBuffers() frees the kept ones.
+  static constexpr std::size_t kKeptCapacity = std::size_t{64} << 20;
+
+  // Frees the buffers the calling thread keeps (for a program that holds on to little
+  // after reading a large document).
+  static void releaseKeptBuffers() noexcept;
 
   // Reads a T from the parsed document (DecodingError as the coding interface says).
   template <Codable T>
