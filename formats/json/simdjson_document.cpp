@@ -49,7 +49,9 @@ class SimdjsonBackend final : public DecoderBackend {
     tape_ = document.tape.get();
     strings_ = document.string_buf.get();
     cursors_ = {};
+    describedReal_ = false;
   }
+  bool describedReal() const noexcept { return describedReal_; }
   Position root() const noexcept { return tape_ + 1; }
 
   ValueKind kind(Position value) const noexcept override { return kKinds[static_cast<unsigned char>(typeOf(at(value)))]; }
@@ -62,7 +64,9 @@ class SimdjsonBackend final : public DecoderBackend {
       case 'f': return "a boolean";
       case 'l': return "the integer " + std::to_string(number<std::int64_t>(w));
       case 'u': return "the integer " + std::to_string(number<std::uint64_t>(w));
-      case 'd': return "the real number " + boost::json::serialize(boost::json::value(number<double>(w)));
+      case 'd':
+        describedReal_ = true;
+        return "the real number " + boost::json::serialize(boost::json::value(number<double>(w)));
       case '"': return "a string";
       case '{': return "an object";
       case '[': return "an array";
@@ -226,6 +230,7 @@ class SimdjsonBackend final : public DecoderBackend {
   const std::uint8_t* strings_ = nullptr;
   mutable std::array<Cursor, 4> cursors_{};
   mutable std::size_t nextCursor_ = 0;
+  mutable bool describedReal_ = false;
 };
 
 }  // namespace
@@ -262,5 +267,7 @@ void SimdjsonDocument::releaseKeptBuffers() noexcept { spare.reset(); }
 const DecoderBackend& SimdjsonDocument::backend() const noexcept { return state_->backend; }
 
 DecoderBackend::Position SimdjsonDocument::root() const noexcept { return state_->backend.root(); }
+
+bool SimdjsonDocument::describedRealNumber() const noexcept { return state_->backend.describedReal(); }
 
 }  // namespace telvor::json

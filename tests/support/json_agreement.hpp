@@ -37,7 +37,7 @@ Outcome<T> outcomeOf(Read read) {
 
 // Empty when the outcomes agree, else what differs. Messages must match, except where
 // they describe a real number: the two parsers may round its last digit differently
-// (json::decode never shows this, as its errors come from the Boost.JSON reader).
+// (json::decode never shows this: such errors come from the Boost.JSON reader).
 template <class T>
 std::string differenceOf(const Outcome<T>& got, const Outcome<T>& reference, bool exactMessages) {
   if (reference.value) {

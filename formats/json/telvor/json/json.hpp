@@ -115,9 +115,9 @@ T decodeWithBoost(std::string_view text) {
 }
 
 // Reads a T from JSON text. simdjson reads it (SimdjsonDocument); a text that simdjson
-// refuses, or whose decoding fails, is read again by decodeWithBoost(), whose error is
-// raised: values and errors are those of the Boost.JSON reader either way, and a text
-// that is not JSON is refused with its position.
+// refuses, or whose error names a real number, is read again by decodeWithBoost(), whose
+// error is raised: values and errors are those of the Boost.JSON reader either way, and a
+// text that is not JSON is refused with its position.
 template <Codable T>
 T decode(std::string_view text) {
   {
@@ -125,7 +125,7 @@ T decode(std::string_view text) {
     try {
       if (document.parse(text)) return document.decode<T>();
     } catch (const DecodingError&) {
-      // read again below, for the reference error
+      if (!document.describedRealNumber()) throw;
     }
   }
   return decodeWithBoost<T>(text);

@@ -3,14 +3,15 @@
 //   telvor::json::SimdjsonDocument document;
 //   if (document.parse(text)) nodes = document.decode<std::vector<telvor::DicomNode>>();
 //
-// Values read through it are those of the Boost.JSON reader (JsonDecoderBackend, whose
-// header says how JSON meets the coding interface): the same kinds, the last of duplicate
-// keys, Int64 integers only, keys found in any order. simdjson parses the whole text
-// first, so anything that is not JSON (and anything nested deeper than kMaxDepth) is
-// refused before a value is read. It is refused without a position, though, and simdjson
-// also refuses some JSON that Boost.JSON reads (integers beyond 64 bits): json::decode
-// hands every text that parse() refuses, and every text whose decoding fails, to the
-// Boost.JSON reader, so that errors are exactly that reader's.
+// Values and errors read through it are those of the Boost.JSON reader (JsonDecoderBackend,
+// whose header says how JSON meets the coding interface): the same kinds, the last of
+// duplicate keys, Int64 integers only, keys found in any order, the same messages at the
+// same paths. simdjson parses the whole text first, so anything that is not JSON (and
+// anything nested deeper than kMaxDepth) is refused before a value is read. It is refused
+// without a position, though, and simdjson also refuses some JSON that Boost.JSON reads
+// (integers beyond 64 bits): json::decode hands every text that parse() refuses to the
+// Boost.JSON reader, and also a text whose error describes a real number (Boost.JSON may
+// round its last digit otherwise), so that errors are exactly that reader's.
 //
 // A document is read by one thread at a time (its reader keeps cursors into the arrays
 // and objects being read).
@@ -52,6 +53,10 @@ class TELVOR_JSON_API SimdjsonDocument {
   // Frees the buffers the calling thread keeps (for a program that holds on to little
   // after reading a large document).
   static void releaseKeptBuffers() noexcept;
+
+  // True once an error's description named a real number of this document, whose digits
+  // the Boost.JSON reader may write otherwise (it rounds less exactly).
+  bool describedRealNumber() const noexcept;
 
   // Reads a T from the parsed document (DecodingError as the coding interface says).
   template <Codable T>
