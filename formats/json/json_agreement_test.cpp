@@ -2,6 +2,7 @@
 // and the hostile texts the other JSON tests use: same values, same errors, same paths.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -98,6 +99,26 @@ TEST(JsonAgreement, AnArrayOfManyElementsIsReadInOrder) {
     EXPECT_EQ(backend.kind(element), i % 3 ? DecoderBackend::ValueKind::integer : DecoderBackend::ValueKind::unkeyed)
         << i;
   }
+}
+
+TEST(JsonAgreement, WalkingAnArrayAndItsElementsEntriesStaysLinear) {
+  // Each element's entries take cursors of their own; the array's must survive them, or
+  // every element would be found again from the start (a minute or more for this array).
+  constexpr std::size_t kCount = 300'000;
+  std::string text = "[";
+  for (std::size_t i = 0; i < kCount; ++i) text += i ? R"(,{"a":1,"b":[2]})" : R"({"a":1,"b":[2]})";
+  text += "]";
+  json::SimdjsonDocument document;
+  ASSERT_TRUE(document.parse(text));
+  const auto& backend = document.backend();
+  const auto started = std::chrono::steady_clock::now();
+  std::size_t names = 0;
+  for (std::size_t i = 0; i < backend.elementCount(document.root()); ++i) {
+    const auto element = backend.element(document.root(), i);
+    for (std::size_t k = 0; k < backend.entryCount(element); ++k) names += backend.entryName(element, k).size();
+  }
+  EXPECT_EQ(names, 2 * kCount);
+  EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(10));
 }
 
 }  // namespace

@@ -49,6 +49,7 @@ class SimdjsonBackend final : public DecoderBackend {
     tape_ = document.tape.get();
     strings_ = document.string_buf.get();
     cursors_ = {};
+    clock_ = 0;
     describedReal_ = false;
   }
   bool describedReal() const noexcept { return describedReal_; }
@@ -121,6 +122,7 @@ class SimdjsonBackend final : public DecoderBackend {
     const Word* container = nullptr;
     std::size_t index = 0;
     const Word* item = nullptr;
+    std::size_t used = 0;  // when it was last used: the least recently used one is replaced
   };
 
   static const Word* at(Position p) { return static_cast<const Word*>(p); }
@@ -167,15 +169,19 @@ class SimdjsonBackend final : public DecoderBackend {
     return counted;
   }
 
-  // The index-th item, stepping on from the nearest cursor of the container.
+  // The index-th item, stepping on from the nearest cursor of the container. An outer
+  // array read element by element keeps its cursor while each element's own are made.
   const Word* nth(const Word* container, std::size_t index, int step) const noexcept {
     Cursor* use = nullptr;
     for (auto& c : cursors_)
       if (c.container == container && c.index <= index && (use == nullptr || c.index > use->index)) use = &c;
     if (use == nullptr) {
-      use = &cursors_[nextCursor_++ % cursors_.size()];
-      *use = {container, 0, container + 1};
+      use = &cursors_[0];
+      for (auto& c : cursors_)
+        if (c.used < use->used) use = &c;
+      *use = {container, 0, container + 1, 0};
     }
+    use->used = ++clock_;
     while (use->index < index) {
       use->item = next(use->item, step);
       ++use->index;
@@ -229,7 +235,7 @@ class SimdjsonBackend final : public DecoderBackend {
   const Word* tape_ = nullptr;
   const std::uint8_t* strings_ = nullptr;
   mutable std::array<Cursor, 4> cursors_{};
-  mutable std::size_t nextCursor_ = 0;
+  mutable std::size_t clock_ = 0;
   mutable bool describedReal_ = false;
 };
 
