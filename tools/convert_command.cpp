@@ -78,7 +78,7 @@ std::size_t droppedEntries(const std::string& bytes, Format from) {
   bool parsed = false;
   {
     json::SimdjsonDocument document;
-    parsed = document.parse(bytes);
+    parsed = document.parse(bytes, bytes.capacity() - bytes.size() >= json::SimdjsonDocument::kPadding);
     if (parsed) countIn(document.backend(), document.root());
   }
   json::SimdjsonDocument::releaseKeptBuffers();
@@ -116,7 +116,8 @@ int runConvert(const Options& options) {
     throw UsageError("statuses exist only as JSON");
   if (options.binary && options.to == Format::json) throw UsageError("--binary applies to property lists only");
   const std::string path = options.input.value_or("-");
-  const std::string bytes = readInput(path, options.maxInputBytes);
+  std::string bytes = readInput(path, options.maxInputBytes);
+  padForReading(bytes);
   const Format from = inputFormat(options.from, path, bytes);
   switch (options.type) {
     case RecordType::node: return convert<DicomNode>(options, bytes, from);

@@ -37,13 +37,14 @@ std::string pathOf(const Records<T>& records, std::size_t index) {
 // or one record. The text is read by json::decode, whose document is gone once the
 // records are built.
 template <class T>
-Records<T> readJson(std::string_view bytes) {
+Records<T> readJson(const std::string& bytes) {
   Records<T> records;
   const auto start = bytes.find_first_not_of(" \t\r\n");
-  records.wasArray = start != std::string_view::npos && bytes[start] == '[';
+  records.wasArray = start != std::string::npos && bytes[start] == '[';
+  const bool padded = bytes.capacity() - bytes.size() >= json::SimdjsonDocument::kPadding;
   try {
-    if (records.wasArray) records.values = json::decode<std::vector<T>>(bytes);
-    else records.values.push_back(json::decode<T>(bytes));
+    if (records.wasArray) records.values = json::decode<std::vector<T>>(bytes, padded);
+    else records.values.push_back(json::decode<T>(bytes, padded));
   } catch (const CodingError& e) {
     throw InputError(e.what());
   }
@@ -100,8 +101,10 @@ std::string writePlistRecords(const Records<T>& records, bool binary) {
 
 }  // namespace
 
+void padForReading(std::string& bytes) { bytes.reserve(bytes.size() + json::SimdjsonDocument::kPadding); }
+
 template <class T>
-Records<T> readRecords(std::string_view bytes, Format format) {
+Records<T> readRecords(const std::string& bytes, Format format) {
   return format == Format::json ? readJson<T>(bytes) : readPlistRecords<T>(bytes);
 }
 
@@ -110,13 +113,13 @@ std::string writeRecords(const Records<T>& records, Format format, bool binary) 
   return format == Format::json ? writeJson(records) : writePlistRecords(records, binary);
 }
 
-template Records<DicomNode> readRecords(std::string_view, Format);
-template Records<TlsSettings> readRecords(std::string_view, Format);
-template Records<WadoSettings> readRecords(std::string_view, Format);
+template Records<DicomNode> readRecords(const std::string&, Format);
+template Records<TlsSettings> readRecords(const std::string&, Format);
+template Records<WadoSettings> readRecords(const std::string&, Format);
 template std::string writeRecords(const Records<DicomNode>&, Format, bool);
 template std::string writeRecords(const Records<TlsSettings>&, Format, bool);
 template std::string writeRecords(const Records<WadoSettings>&, Format, bool);
-template Records<DicomNodeStatus> readRecords(std::string_view, Format);
+template Records<DicomNodeStatus> readRecords(const std::string&, Format);
 template std::string writeRecords(const Records<DicomNodeStatus>&, Format, bool);
 
 }  // namespace telvor::tool

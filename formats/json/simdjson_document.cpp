@@ -257,13 +257,15 @@ SimdjsonDocument::~SimdjsonDocument() {
   if (!spare && state_->parser.capacity() <= kKeptCapacity) spare = std::move(state_);
 }
 
-bool SimdjsonDocument::parse(std::string_view text) {
+static_assert(SimdjsonDocument::kPadding >= simdjson::SIMDJSON_PADDING);
+
+bool SimdjsonDocument::parse(std::string_view text, bool padded) {
   auto& parser = state_->parser;
   if ((parser.capacity() < text.size() || parser.max_depth() != kMaxDepth) &&
       parser.allocate(std::max<std::size_t>(text.size(), 1), kMaxDepth) != simdjson::SUCCESS)
     return false;
   simdjson::dom::element root;
-  if (parser.parse(text.data(), text.size(), true).get(root) != simdjson::SUCCESS) return false;
+  if (parser.parse(text.data(), text.size(), !padded).get(root) != simdjson::SUCCESS) return false;
   state_->backend.reset(parser.doc);
   return true;
 }

@@ -117,13 +117,14 @@ T decodeWithBoost(std::string_view text) {
 // Reads a T from JSON text. simdjson reads it (SimdjsonDocument); a text that simdjson
 // refuses, or whose error names a real number, is read again by decodeWithBoost(), whose
 // error is raised: values and errors are those of the Boost.JSON reader either way, and a
-// text that is not JSON is refused with its position.
+// text that is not JSON is refused with its position. `padded`: as for
+// SimdjsonDocument::parse, the text is read in place rather than copied.
 template <Codable T>
-T decode(std::string_view text) {
+T decode(std::string_view text, bool padded = false) {
   {
     SimdjsonDocument document;
     try {
-      if (document.parse(text)) return document.decode<T>();
+      if (document.parse(text, padded)) return document.decode<T>();
     } catch (const DecodingError&) {
       if (!document.describedRealNumber()) throw;
     }

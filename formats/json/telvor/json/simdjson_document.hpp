@@ -35,9 +35,14 @@ class TELVOR_JSON_API SimdjsonDocument {
   SimdjsonDocument(const SimdjsonDocument&) = delete;
   SimdjsonDocument& operator=(const SimdjsonDocument&) = delete;
 
-  // Parses `text` (copied; the text need not outlive the call). False, with no document,
-  // when simdjson refuses it. A parse replaces the previous document.
-  bool parse(std::string_view text);
+  // Bytes past a text's end that simdjson may read (their values do not matter).
+  static constexpr std::size_t kPadding = 64;
+
+  // Parses `text`. False, with no document, when simdjson refuses it. A parse replaces the
+  // previous document. The text is copied, unless `padded` says that kPadding bytes past
+  // its end are readable (a std::string whose capacity leaves that room): then it is read
+  // in place, and must not change until the document has been read.
+  bool parse(std::string_view text, bool padded = false);
 
   // The backend and root position of the parsed document, valid until the next parse.
   const DecoderBackend& backend() const noexcept;
