@@ -117,8 +117,8 @@ int runConvert(const Options& options) {
   if (options.binary && options.to == Format::json) throw UsageError("--binary applies to property lists only");
   const std::string path = options.input.value_or("-");
   std::string bytes = readInput(path, options.maxInputBytes);
-  padForReading(bytes);
   const Format from = inputFormat(options.from, path, bytes);
+  if (from == Format::json) padForReading(bytes);
   switch (options.type) {
     case RecordType::node: return convert<DicomNode>(options, bytes, from);
     case RecordType::tls: return convert<TlsSettings>(options, bytes, from);

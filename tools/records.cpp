@@ -1,6 +1,7 @@
 #include "records.hpp"
 
 #include "plist_io.hpp"
+#include "support/bounded_input.hpp"
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/json/json.hpp"
 #include "telvor/node/dicom_node.hpp"
@@ -100,6 +101,8 @@ std::string writePlistRecords(const Records<T>& records, bool binary) {
 }
 
 }  // namespace
+
+static_assert(kReadAheadRoom >= json::SimdjsonDocument::kPadding);
 
 void padForReading(std::string& bytes) { bytes.reserve(bytes.size() + json::SimdjsonDocument::kPadding); }
 

@@ -22,7 +22,8 @@ struct Records {
 template <class T>
 Records<T> readRecords(const std::string& bytes, Format format);
 
-// Gives `bytes` the room past its end that lets JSON be read in place.
+// Gives `bytes` the room past its end that lets JSON be read in place (a regular file read
+// by readInput has it already; anything else may be copied once).
 void padForReading(std::string& bytes);
 
 // Writes records: a property list of their dictionary forms (XML, or binary), or their
