@@ -23,6 +23,8 @@ struct Codec {
 
 constexpr Codec kCodecs[] = {
     {"library", &library::decode, &library::encode, false},
+    {"library_boost", &library_boost::decode, &library::encode, false},
+    {"simdjson_direct", &simdjson_direct::decode, &library::encode, false},
     {"boost_direct", &direct::decode, &direct::encode, false},
     {"nlohmann", &nlohmann_json::decode, &nlohmann_json::encode, true},
     {"nlohmann_ordered", &nlohmann_ordered::decode, &nlohmann_ordered::encode, false},

@@ -9,6 +9,7 @@
 
 #include "catalogue.hpp"
 #include "codecs.hpp"
+#include "direct_reader.hpp"
 
 namespace bench::direct {
 namespace {
@@ -16,63 +17,19 @@ namespace {
 using boost::json::object;
 using boost::json::value;
 
-// The entry under the key unless it is missing or null.
-const value* present(const object& o, std::string_view key) {
-  const value* v = o.if_contains(key);
-  return v != nullptr && !v->is_null() ? v : nullptr;
-}
-
-std::optional<std::string> optionalText(const object& o, std::string_view key) {
-  if (const value* v = present(o, key)) return std::string(v->as_string());
-  return std::nullopt;
-}
-
-template <class E>
-E code(const object& o, std::string_view key) {
-  if (auto e = telvor::fromRawValue<E>(o.at(key).as_int64())) return *e;
-  throw std::invalid_argument("unknown code");
-}
-
-telvor::TlsSettings readTls(const object& o) {
-  telvor::TlsSettings s;
-  s.isEnabled = o.at("isEnabled").as_bool();
-  s.securityProfile = code<telvor::TLSSecurityProfile>(o, "securityProfile");
-  s.verifyPeerCertificate = o.at("verifyPeerCertificate").as_bool();
-  s.authenticateWithCertificate = o.at("authenticateWithCertificate").as_bool();
-  return s;
-}
-
-void readWado(const object& o, telvor::WadoSettings& w) {
-  const value* port = present(o, "port");
-  w.port = port ? std::optional<std::int64_t>(port->as_int64()) : std::nullopt;
-  w.url = optionalText(o, "url");
-  w.password = optionalText(o, "password");
-  w.username = optionalText(o, "username");
-  w.retrieveSyntax = code<telvor::SupportedWadoTransferSyntaxType>(o, "retrieveSyntax");
-  w.https = o.at("https").as_bool();
-}
-
-telvor::DicomNode readNode(const object& o) {
-  telvor::DicomNode n = blankNode();
-  if (const value* id = present(o, "uniqueId")) {
-    n.uniqueId = telvor::UUID::fromString(id->as_string());
-    if (!n.uniqueId) throw std::invalid_argument("uniqueId is not a UUID");
+// Boost.JSON's values, for the hand-written reader.
+struct BoostAccess {
+  using Object = object;
+  static const value* present(const object& o, std::string_view key) {
+    const value* v = o.if_contains(key);
+    return v != nullptr && !v->is_null() ? v : nullptr;
   }
-  n.aetitle = optionalText(o, "aetitle");
-  n.name = optionalText(o, "name");
-  n.address = optionalText(o, "address");
-  n.port = optionalText(o, "port");
-  n.transferSyntax = code<telvor::TransferSyntax>(o, "transferSyntax");
-  n.retrieveMode = code<telvor::RetrieveModeType>(o, "retrieveMode");
-  n.isDicomNode = o.at("isDicomNode").as_bool();
-  const value* queryable = present(o, "isQueryable");
-  n.isQueryable = queryable ? std::optional<bool>(queryable->as_bool()) : std::nullopt;
-  readWado(o.at("wadoSettings").as_object(), n.wadoSettings);
-  n.icon = optionalText(o, "icon");
-  const value* tls = present(o, "tlsSettings");
-  n.tlsSettings = tls ? std::optional<telvor::TlsSettings>(readTls(tls->as_object())) : std::nullopt;
-  return n;
-}
+  static const value& at(const object& o, std::string_view key) { return o.at(key); }
+  static std::string_view text(const value& v) { return v.as_string(); }
+  static std::int64_t integer(const value& v) { return v.as_int64(); }
+  static bool boolean(const value& v) { return v.as_bool(); }
+  static const object& asObject(const value& v) { return v.as_object(); }
+};
 
 void writeNode(object& o, const telvor::DicomNode& n) {
   o.reserve(12);
@@ -115,7 +72,7 @@ std::vector<telvor::DicomNode> decode(std::string_view text) {
   const auto& array = document.as_array();
   std::vector<telvor::DicomNode> nodes;
   nodes.reserve(array.size());
-  for (const auto& element : array) nodes.push_back(readNode(element.as_object()));
+  for (const auto& element : array) nodes.push_back(DirectReader<BoostAccess>::readNode(element.as_object()));
   return nodes;
 }
 

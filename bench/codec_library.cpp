@@ -10,6 +10,14 @@
 namespace bench::library {
 
 std::vector<telvor::DicomNode> decode(std::string_view text) {
+  return telvor::json::decode<std::vector<telvor::DicomNode>>(text);
+}
+
+}  // namespace bench::library
+
+namespace bench::library_boost {
+
+std::vector<telvor::DicomNode> decode(std::string_view text) {
   boost::json::monotonic_resource scratch;
   const boost::json::value document = telvor::json::parse(text, &scratch);
   const auto* array = document.if_array();
@@ -22,6 +30,10 @@ std::vector<telvor::DicomNode> decode(std::string_view text) {
   }
   return nodes;
 }
+
+}  // namespace bench::library_boost
+
+namespace bench::library {
 
 std::string encode(std::span<const telvor::DicomNode> nodes) {
   boost::json::monotonic_resource scratch;

@@ -14,12 +14,24 @@
 
 namespace bench {
 
-// Through the library: telvor::json::parse and fromDocument<DicomNode> per element;
-// an Encoder per array slot and telvor::json::serialize.
+// Through the library: telvor::json::decode of the array (simdjson's parser under the
+// coding interface); an Encoder per array slot and telvor::json::serialize.
 namespace library {
 std::vector<telvor::DicomNode> decode(std::string_view text);
 std::string encode(std::span<const telvor::DicomNode> nodes);
 }  // namespace library
+
+// The library's Boost.JSON reader: telvor::json::parse and fromDocument<DicomNode> per
+// element (what json::decode did before it read with simdjson).
+namespace library_boost {
+std::vector<telvor::DicomNode> decode(std::string_view text);
+}  // namespace library_boost
+
+// simdjson's DOM used directly, with the same checks as the coded form: the floor of
+// the library's decoder (decoding only).
+namespace simdjson_direct {
+std::vector<telvor::DicomNode> decode(std::string_view text);
+}  // namespace simdjson_direct
 
 // What an application developer writes by hand with nlohmann::json: to_json/from_json
 // for the three records. nlohmann::json keeps keys sorted, so its text holds the same

@@ -73,10 +73,12 @@ void registerJsonBenchmarks() {
       benchmark::RegisterBenchmark(name.c_str(), fn, args..., count)->MinTime(minTime)->Repetitions(kRepetitions);
     };
     add("decode/library", decode, &library::decode);
+    add("decode/library_boost", decode, &library_boost::decode);
     add("decode/boost_direct", decode, &direct::decode);
     add("decode/nlohmann", decode, &nlohmann_json::decode);
     add("decode/nlohmann_ordered", decode, &nlohmann_ordered::decode);
     add("decode/simdjson_parse_only", simdjsonParse);
+    add("decode/simdjson_direct", decode, &simdjson_direct::decode);
     add("encode/library", encode, &library::encode);
     add("encode/boost_direct", encode, &direct::encode);
     add("encode/nlohmann", encode, &nlohmann_json::encode);

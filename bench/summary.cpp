@@ -86,6 +86,12 @@ std::vector<Information> information() {
   std::vector<Information> all;
   for (const std::size_t count : kCatalogueSizes) {
     const std::string n = std::to_string(count);
+    all.push_back({"decode " + n + ": the Boost.JSON reader / library", "decode/library_boost/" + n,
+                   "decode/library/" + n, ""});
+    all.push_back({"decode " + n + ": library / simdjson direct", "decode/library/" + n,
+                   "decode/simdjson_direct/" + n, ""});
+    all.push_back({"decode " + n + ": simdjson direct / simdjson parse only", "decode/simdjson_direct/" + n,
+                   "decode/simdjson_parse_only/" + n, ""});
     all.push_back({"decode " + n + ": nlohmann ordered_json / library", "decode/nlohmann_ordered/" + n,
                    "decode/library/" + n, ""});
     all.push_back({"encode " + n + ": nlohmann ordered_json / library", "encode/nlohmann_ordered/" + n,

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # fuzz/run.sh SECONDS: runs every fuzz target for SECONDS, one after the other.
 #
-# Each target starts from a scratch copy of its committed corpus (fuzz/corpus/<target>/),
+# Each target starts from a scratch copy of its committed corpus (fuzz/corpus/<target>/,
+# json_agreement from json_records'),
 # so the committed corpus is never changed, with its dictionary (fuzz/dict/) when there
 # is one. Exits non-zero when any target finds a crash, a leak, a timeout or a broken
 # invariant; the input is kept as fuzz/artifacts/<target>-crash-... for reproduction:
@@ -35,10 +36,13 @@ for target in $targets; do
   binary=$build/fuzz/${target}_fuzzer
   corpus=$work/$target
   mkdir -p "$corpus"
-  [ -d "$here/corpus/$target" ] && cp -r "$here/corpus/$target/." "$corpus/"
+  # Targets reading the same kind of input share one corpus and dictionary.
+  seeds=$target
+  [ "$target" = json_agreement ] && seeds=json_records
+  [ -d "$here/corpus/$seeds" ] && cp -r "$here/corpus/$seeds/." "$corpus/"
   args=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=8192 -print_final_stats=1
         -artifact_prefix="$artifacts/$target-")
-  [ -f "$here/dict/$target.dict" ] && args+=(-dict="$here/dict/$target.dict")
+  [ -f "$here/dict/$seeds.dict" ] && args+=(-dict="$here/dict/$seeds.dict")
   printf '== %s: %s s, %s seed inputs\n' "$target" "$seconds" "$(find "$corpus" -type f | wc -l)"
   if "$binary" "${args[@]}" "$corpus" >"$work/$target.log" 2>&1; then
     grep -E '^stat::(number_of_executed_units|peak_rss_mb)|^#[0-9]+[[:space:]]+DONE' "$work/$target.log" | sed 's/^/   /'

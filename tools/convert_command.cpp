@@ -1,10 +1,12 @@
 // convert: records between the dictionary form (property lists) and the coded form (JSON).
 #include <CLI/CLI.hpp>
-#include <boost/json/value.hpp>
-
+#include <algorithm>
 #include <iostream>
 #include <map>
 #include <memory>
+#include <set>
+#include <string_view>
+#include <vector>
 
 #include "command.hpp"
 #include "commands.hpp"
@@ -39,32 +41,52 @@ bool sameValue(const PropertyValue& a, const PropertyValue& b) {
 // How many entries of the input the converted nodes do not give back: for a property
 // list, the keys whose value the node's dictionary form does not write again (unknown
 // keys, a C-MOVE node's saved WADO keys, values read leniently); for JSON, the members
-// the coded form does not know.
+// the coded form does not know (a name given twice counts once). One dictionary, or the
+// names of one object, at a time: counting holds no more than reading did.
 std::size_t droppedEntries(const std::string& bytes, Format from) {
   std::size_t dropped = 0;
   if (from == Format::plist) {
-    for (const auto& stored : readPlist(bytes).dictionaries) {
+    readPlist(bytes, [&](PropertyDictionary&& stored) {
       const auto written = DicomNode(stored).toDictionary();
       for (const auto& [key, value] : stored) {
         const PropertyValue* again = written ? written->find(key) : nullptr;
         dropped += again == nullptr || !sameValue(*again, value);
       }
-    }
+    });
     return dropped;
   }
-  static const std::map<std::string, bool, std::less<>> known{
-      {"uniqueId", true},    {"aetitle", true},      {"name", true},         {"address", true},
-      {"port", true},        {"transferSyntax", true}, {"retrieveMode", true}, {"isDicomNode", true},
-      {"isQueryable", true}, {"wadoSettings", true}, {"icon", true},         {"tlsSettings", true}};
-  const auto document = json::parse(bytes);
-  const auto count = [&](const boost::json::value& value) {
-    if (const auto* object = value.if_object())
-      for (const auto& member : *object) dropped += !known.contains(member.key());
+  static const std::set<std::string, std::less<>> known{"uniqueId",       "aetitle",      "name",
+                                                         "address",        "port",         "transferSyntax",
+                                                         "retrieveMode",   "isDicomNode",  "isQueryable",
+                                                         "wadoSettings",   "icon",         "tlsSettings"};
+  std::vector<std::string_view> unknown;
+  const auto countIn = [&](const DecoderBackend& backend, DecoderBackend::Position root) {
+    const auto count = [&](DecoderBackend::Position value) {
+      if (backend.kind(value) != DecoderBackend::ValueKind::keyed) return;
+      unknown.clear();
+      for (std::size_t i = 0, n = backend.entryCount(value); i < n; ++i)
+        if (const auto name = backend.entryName(value, i); !known.contains(name)) unknown.push_back(name);
+      std::sort(unknown.begin(), unknown.end());
+      dropped += static_cast<std::size_t>(std::unique(unknown.begin(), unknown.end()) - unknown.begin());
+    };
+    if (backend.kind(root) == DecoderBackend::ValueKind::unkeyed)
+      for (std::size_t i = 0, n = backend.elementCount(root); i < n; ++i) count(backend.element(root, i));
+    else
+      count(root);
   };
-  if (const auto* array = document.if_array())
-    for (const auto& element : *array) count(element);
-  else
-    count(document);
+  // The text was read, so it is JSON; simdjson refuses only integers beyond 64 bits.
+  bool parsed = false;
+  {
+    json::SimdjsonDocument document;
+    parsed = document.parse(bytes, bytes.capacity() - bytes.size() >= json::SimdjsonDocument::kPadding);
+    if (parsed) countIn(document.backend(), document.root());
+  }
+  json::SimdjsonDocument::releaseKeptBuffers();
+  if (!parsed) {
+    boost::json::monotonic_resource scratch;
+    const auto document = json::parse(bytes, &scratch);
+    countIn(json::JsonDecoderBackend(), &document);
+  }
   return dropped;
 }
 
@@ -72,8 +94,10 @@ template <class T>
 int convert(const Options& options, const std::string& bytes, Format from) {
   const Format to = outputFormat(options, from);
   if (options.binary && to != Format::plist) throw UsageError("--binary applies to property lists only");
-  const auto records = readRecords<T>(bytes, from);
-  writeOutput(options.output, writeRecords(records, to, options.binary), options.followSymlinks);
+  {
+    const auto records = readRecords<T>(bytes, from);
+    writeOutput(options.output, writeRecords(records, to, options.binary), options.followSymlinks);
+  }
   if constexpr (std::is_same_v<T, DicomNode>) {
     if (const auto dropped = droppedEntries(bytes, from))
       std::cerr << "telvor-nodes: note: the output leaves out " << dropped
@@ -92,8 +116,9 @@ int runConvert(const Options& options) {
     throw UsageError("statuses exist only as JSON");
   if (options.binary && options.to == Format::json) throw UsageError("--binary applies to property lists only");
   const std::string path = options.input.value_or("-");
-  const std::string bytes = readInput(path, options.maxInputBytes);
+  std::string bytes = readInput(path, options.maxInputBytes);
   const Format from = inputFormat(options.from, path, bytes);
+  if (from == Format::json) padForReading(bytes);
   switch (options.type) {
     case RecordType::node: return convert<DicomNode>(options, bytes, from);
     case RecordType::tls: return convert<TlsSettings>(options, bytes, from);

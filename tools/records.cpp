@@ -1,6 +1,7 @@
 #include "records.hpp"
 
 #include "plist_io.hpp"
+#include "support/bounded_input.hpp"
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/json/json.hpp"
 #include "telvor/node/dicom_node.hpp"
@@ -34,19 +35,22 @@ std::string pathOf(const Records<T>& records, std::size_t index) {
 }
 
 // An array of records through the interface's unkeyed container (errors at `$[i]...`),
-// or one record.
+// or one record. The text is read by json::decode, whose document is gone once the
+// records are built.
 template <class T>
-Records<T> readJson(std::string_view bytes) {
+Records<T> readJson(const std::string& bytes) {
   Records<T> records;
+  const auto start = bytes.find_first_not_of(" \t\r\n");
+  records.wasArray = start != std::string::npos && bytes[start] == '[';
+  const bool padded = bytes.capacity() - bytes.size() >= json::SimdjsonDocument::kPadding;
   try {
-    boost::json::monotonic_resource scratch;
-    const auto document = json::parse(bytes, &scratch);
-    records.wasArray = document.is_array();
-    if (records.wasArray) records.values = json::fromDocument<std::vector<T>>(document);
-    else records.values.push_back(json::fromDocument<T>(document));
+    if (records.wasArray) records.values = json::decode<std::vector<T>>(bytes, padded);
+    else records.values.push_back(json::decode<T>(bytes, padded));
   } catch (const CodingError& e) {
     throw InputError(e.what());
   }
+  // The parser's buffers (three times the input) are not needed while writing.
+  json::SimdjsonDocument::releaseKeptBuffers();
   return records;
 }
 
@@ -65,9 +69,12 @@ Records<T> readPlistRecords(std::string_view bytes) {
 template <class T>
 std::string writeJson(const Records<T>& records) {
   try {
-    if (!records.wasArray && records.values.size() == 1)
-      return json::encode(records.values.front(), {.indent = 2}) + "\n";
-    return json::encode(records.values, {.indent = 2}) + "\n";
+    // An array is written one record's document at a time.
+    std::string text = !records.wasArray && records.values.size() == 1
+                           ? json::encode(records.values.front(), {.indent = 2})
+                           : json::encode(records.values, {.indent = 2});
+    text += '\n';
+    return text;
   } catch (const CodingError& e) {
     throw InputError(e.what());
   }
@@ -95,8 +102,12 @@ std::string writePlistRecords(const Records<T>& records, bool binary) {
 
 }  // namespace
 
+static_assert(kReadAheadRoom >= json::SimdjsonDocument::kPadding);
+
+void padForReading(std::string& bytes) { bytes.reserve(bytes.size() + json::SimdjsonDocument::kPadding); }
+
 template <class T>
-Records<T> readRecords(std::string_view bytes, Format format) {
+Records<T> readRecords(const std::string& bytes, Format format) {
   return format == Format::json ? readJson<T>(bytes) : readPlistRecords<T>(bytes);
 }
 
@@ -105,13 +116,13 @@ std::string writeRecords(const Records<T>& records, Format format, bool binary) 
   return format == Format::json ? writeJson(records) : writePlistRecords(records, binary);
 }
 
-template Records<DicomNode> readRecords(std::string_view, Format);
-template Records<TlsSettings> readRecords(std::string_view, Format);
-template Records<WadoSettings> readRecords(std::string_view, Format);
+template Records<DicomNode> readRecords(const std::string&, Format);
+template Records<TlsSettings> readRecords(const std::string&, Format);
+template Records<WadoSettings> readRecords(const std::string&, Format);
 template std::string writeRecords(const Records<DicomNode>&, Format, bool);
 template std::string writeRecords(const Records<TlsSettings>&, Format, bool);
 template std::string writeRecords(const Records<WadoSettings>&, Format, bool);
-template Records<DicomNodeStatus> readRecords(std::string_view, Format);
+template Records<DicomNodeStatus> readRecords(const std::string&, Format);
 template std::string writeRecords(const Records<DicomNodeStatus>&, Format, bool);
 
 }  // namespace telvor::tool

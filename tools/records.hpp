@@ -17,8 +17,14 @@ struct Records {
 
 // Reads records: a property list through each record's lenient dictionary constructor,
 // JSON through its strict coded form. Throws InputError ("KIND at PATH: DESCRIPTION").
+// JSON is read in place, without a copy, when `bytes` has room for the JSON reader's
+// padding past its end (see padForReading).
 template <class T>
-Records<T> readRecords(std::string_view bytes, Format format);
+Records<T> readRecords(const std::string& bytes, Format format);
+
+// Gives `bytes` the room past its end that lets JSON be read in place (a regular file read
+// by readInput has it already; anything else may be copied once).
+void padForReading(std::string& bytes);
 
 // Writes records: a property list of their dictionary forms (XML, or binary), or their
 // coded forms as JSON indented by two spaces. Throws InputError for a record that has no

@@ -67,16 +67,14 @@ void writePretty(std::string& out, const boost::json::value& v, int indent, int 
 
 // Compact text through a chunk on the stack, appended to the result: the result grows
 // geometrically without first being filled with zeros, as boost::json::serialize's is.
-std::string writeCompact(const boost::json::value& document) {
+void writeCompact(std::string& out, const boost::json::value& document) {
   boost::json::serializer serializer;
   serializer.reset(&document);
-  std::string out;
   char chunk[16 * 1024];
   while (!serializer.done()) {
     const auto written = serializer.read(chunk, sizeof chunk);
     out.append(written.data(), written.size());
   }
-  return out;
 }
 
 }  // namespace
@@ -96,10 +94,22 @@ boost::json::value parse(std::string_view text, boost::json::storage_ptr storage
 }
 
 std::string serialize(const boost::json::value& document, WriteOptions options) {
-  if (options.indent <= 0) return writeCompact(document);
   std::string out;
-  writePretty(out, document, options.indent, 0);
+  detail::appendText(out, document, options, 0);
   return out;
 }
+
+namespace detail {
+
+void appendText(std::string& out, const boost::json::value& document, WriteOptions options, int depth) {
+  if (options.indent <= 0) writeCompact(out, document);
+  else writePretty(out, document, options.indent, depth);
+}
+
+void appendBreak(std::string& out, WriteOptions options, int depth) {
+  if (options.indent > 0) writeIndent(out, options.indent, depth);
+}
+
+}  // namespace detail
 
 }  // namespace telvor::json

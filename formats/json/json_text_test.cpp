@@ -4,6 +4,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "telvor/json/json.hpp"
 #include "telvor/vocabulary/transfer_syntax.hpp"
@@ -50,6 +51,21 @@ TEST(JsonText, IndentedOutputPutsOneEntryOnALine) {
   EXPECT_EQ(json::serialize(document, {.indent = 2}),
             "{\n  \"a\": 1,\n  \"b\": {},\n  \"c\": {\n    \"d\": [\n      true,\n      null\n    ]\n  },\n"
             "  \"e\": []\n}");
+}
+
+TEST(JsonText, ArraysWrittenElementByElementMatchTheWholeDocument) {
+  // encode(vector) writes each element's document in turn; the text must be the one the
+  // array's document as a whole serialises to.
+  const std::vector<std::vector<TransferSyntax>> cases[] = {
+      {}, {{}}, {{TransferSyntax::EXS_JPEG2000}}, {{TransferSyntax::EXS_JPEG2000, TransferSyntax::EXS_Unknown}, {}}};
+  for (const auto& values : cases) {
+    for (const int indent : {0, 2, 3}) {
+      boost::json::monotonic_resource scratch;
+      EXPECT_EQ(json::encode(values, {.indent = indent}),
+                json::serialize(json::toDocument(values, &scratch), {.indent = indent}))
+          << values.size() << " " << indent;
+    }
+  }
 }
 
 TEST(JsonText, DuplicateKeysKeepTheLastValue) {

@@ -45,7 +45,7 @@ std::string readBounded(const std::string& path, std::uint64_t limit) {
   std::string bytes;
   if (S_ISREG(status.st_mode)) {
     if (static_cast<std::uint64_t>(status.st_size) > limit) tooLarge(path, limit);
-    bytes.reserve(static_cast<std::size_t>(status.st_size));
+    bytes.reserve(static_cast<std::size_t>(status.st_size) + kReadAheadRoom);
   }
   // The size of a regular file may change while it is read, so every input is counted.
   char chunk[kChunk];

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -32,6 +33,10 @@ class ReadError : public std::runtime_error {
   std::string path_;
   int errorNumber_;
 };
+
+// Capacity left past a regular file's bytes, for parsers that read ahead of the end
+// (simdjson), so that they read the text in place.
+inline constexpr std::size_t kReadAheadRoom = 64;
 
 // All bytes of `path` ("-": standard input). A regular file larger than `limit` is refused
 // before reading; anything else (pipe, device) is read in chunks and refused as soon as it

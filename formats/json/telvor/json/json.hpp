@@ -19,14 +19,17 @@
 #include <boost/json/monotonic_resource.hpp>
 #include <boost/json/value.hpp>
 
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "telvor/coding/codable.hpp"
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/coding/decoder.hpp"
 #include "telvor/coding/encoder.hpp"
 #include "telvor/json/json_backend.hpp"
+#include "telvor/json/simdjson_document.hpp"
 #include "telvor/json/telvor_json_export.hpp"
 
 namespace telvor::json {
@@ -63,6 +66,38 @@ std::string encode(const T& value, WriteOptions options = {}) {
   return serialize(toDocument(value, &scratch), options);
 }
 
+namespace detail {
+// Appends `document` as serialize() writes it, as if it stood `depth` levels deep.
+TELVOR_JSON_API void appendText(std::string& out, const boost::json::value& document, WriteOptions options, int depth);
+TELVOR_JSON_API void appendBreak(std::string& out, WriteOptions options, int depth);
+}  // namespace detail
+
+// An array, as the generic form writes it, but one element's document at a time: the
+// text is the only thing that grows with the number of elements.
+template <Codable T>
+std::string encode(const std::vector<T>& values, WriteOptions options = {}) {
+  std::string out = "[";
+  alignas(std::max_align_t) unsigned char buffer[8 * 1024];
+  boost::json::monotonic_resource scratch(buffer, sizeof buffer);
+  JsonEncoderBackend backend;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (i > 0) out += ',';
+    detail::appendBreak(out, options, 1);
+    {
+      boost::json::value document(&scratch);
+      Encoder encoder(backend, &document, CodingPathLink(nullptr, static_cast<std::int64_t>(i)));
+      telvor::encode(values[i], encoder);
+      detail::appendText(out, document, options, 1);
+    }
+    scratch.release();
+    // The first element's length is a fair guess at every other's.
+    if (i == 0) out.reserve(out.size() * values.size() + 64);
+  }
+  if (!values.empty()) detail::appendBreak(out, options, 0);
+  out += ']';
+  return out;
+}
+
 // Reads a T from a document. `at` is where the document stands in a larger one (errors
 // carry it as the start of their path), the top by default.
 template <Codable T>
@@ -71,11 +106,30 @@ T fromDocument(const boost::json::value& document, CodingPathLink at = {}) {
   return telvor::decode<T>(Decoder(backend, &document, at));
 }
 
-// Reads a T from JSON text: parse(), then fromDocument(). Raises the first error.
+// Reads a T from JSON text with the Boost.JSON reader: parse(), then fromDocument().
+// Raises the first error.
 template <Codable T>
-T decode(std::string_view text) {
+T decodeWithBoost(std::string_view text) {
   boost::json::monotonic_resource scratch;
   return fromDocument<T>(parse(text, &scratch));
+}
+
+// Reads a T from JSON text. simdjson reads it (SimdjsonDocument); a text that simdjson
+// refuses, or whose error names a real number, is read again by decodeWithBoost(), whose
+// error is raised: values and errors are those of the Boost.JSON reader either way, and a
+// text that is not JSON is refused with its position. `padded`: as for
+// SimdjsonDocument::parse, the text is read in place rather than copied.
+template <Codable T>
+T decode(std::string_view text, bool padded = false) {
+  {
+    SimdjsonDocument document;
+    try {
+      if (document.parse(text, padded)) return document.decode<T>();
+    } catch (const DecodingError&) {
+      if (!document.describedRealNumber()) throw;
+    }
+  }
+  return decodeWithBoost<T>(text);
 }
 
 }  // namespace telvor::json

@@ -16,6 +16,8 @@
 //   (Boost.JSON keeps those as unsigned or real numbers) is dataCorrupted;
 // - null reads as absent through decodeIfPresent and as valueNotFound through decode;
 // - a text that is not valid UTF-8 cannot be written (EncodingError::invalidValue).
+// json::decode reads with simdjson (simdjson_document.hpp) by these same rules, and falls
+// back to this reader for texts simdjson refuses.
 #pragma once
 
 #include <boost/json/value.hpp>
