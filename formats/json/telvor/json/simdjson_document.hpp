@@ -53,7 +53,7 @@ class TELVOR_JSON_API SimdjsonDocument {
   // document). simdjson reserves about 15 times the text's size, of which parsing touches
   // (and the thread then keeps resident) about 3 times. Larger documents' buffers are
   // freed at once; releaseKeptBuffers() frees the kept ones.
-  static constexpr std::size_t kKeptCapacity = std::size_t{64} << 20;
+  static constexpr std::size_t kKeptCapacity = std::size_t{4} << 20;
 
   // Frees the buffers the calling thread keeps (for a program that holds on to little
   // after reading a large document).
