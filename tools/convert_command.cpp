@@ -94,9 +94,13 @@ template <class T>
 int convert(const Options& options, const std::string& bytes, Format from) {
   const Format to = outputFormat(options, from);
   if (options.binary && to != Format::plist) throw UsageError("--binary applies to property lists only");
-  {
+  try {
     const auto records = readRecords<T>(bytes, from);
     writeOutput(options.output, writeRecords(records, to, options.binary), options.followSymlinks);
+  } catch (const InputError& e) {
+    // Name the input: its paths ($[1].port) are only half of where the fault is.
+    const std::string input = options.input.value_or("-");
+    throw InputError((input == "-" ? std::string("standard input") : input) + ": " + e.what());
   }
   if constexpr (std::is_same_v<T, DicomNode>) {
     if (const auto dropped = droppedEntries(bytes, from))

@@ -66,15 +66,17 @@ struct Failing {
 TEST_F(TelvorNodes, ErrorsFollowTheOneLineFormat) {
   const Failing cases[] = {
       {"nestedKey", "convert '" + data("missing_https.json") + "'", 3,
-       "telvor-nodes: keyNotFound at $[1].wadoSettings: No value associated with key \"https\"."},
+       "telvor-nodes: " + data("missing_https.json") + ": keyNotFound at $[1].wadoSettings: No value associated with key \"https\"."},
       {"noDictionaryForm", "convert --to plist '" + data("unnamed.json") + "'", 3,
-       "telvor-nodes: invalidValue at $: the node has no name, address; a saved node needs an AE title, a name, an "
+       "telvor-nodes: " + data("unnamed.json") + ": invalidValue at $: the node has no name, address; a saved node needs an AE title, a name, an "
        "address and a port."},
       {"xmlCannotHoldIt", "convert --to plist '" + data("control_name.json") + "'", 3,
-       "telvor-nodes: invalidValue at $[0].Description: cannot write property list: the text at $[0].Description "
+       "telvor-nodes: " + data("control_name.json") + ": invalidValue at $[0].Description: cannot write property list: the text at $[0].Description "
        "holds U+0007"},
-      {"notJson", "convert --from json '" + data("../CMakeLists.txt") + "'", 3, "telvor-nodes: dataCorrupted at $: "},
-      {"typeMismatch", "convert --type tls '" + data("nodes.json") + "'", 3, "telvor-nodes: keyNotFound at $[0]: "},
+      {"notJson", "convert --from json '" + data("../CMakeLists.txt") + "'", 3,
+       "telvor-nodes: " + data("../CMakeLists.txt") + ": dataCorrupted at $: "},
+      {"typeMismatch", "convert --type tls '" + data("nodes.json") + "'", 3,
+       "telvor-nodes: " + data("nodes.json") + ": keyNotFound at $[0]: "},
       {"unknownOption", "convert --fast", 2, "telvor-nodes: The following argument was not expected: --fast", true},
       {"missingFile", "list '" + data("absent.json") + "'", 3,
        "telvor-nodes: " + data("absent.json") + ": No such file or directory"},
@@ -106,7 +108,7 @@ TEST_F(TelvorNodes, StatusesConvertAsJsonOnly) {
   const auto bad = run("convert --type status -", data("nodes.json"));
   EXPECT_EQ(bad.status, 3);
   EXPECT_EQ(bad.err,
-            "telvor-nodes: typeMismatch at $[0]: Invalid number of keys found, expected one.\n");
+            "telvor-nodes: standard input: typeMismatch at $[0]: Invalid number of keys found, expected one.\n");
 }
 
 TEST_F(TelvorNodes, AFailedConversionWritesNothing) {
