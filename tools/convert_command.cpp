@@ -95,8 +95,13 @@ int convert(const Options& options, const std::string& bytes, Format from) {
   const Format to = outputFormat(options, from);
   if (options.binary && to != Format::plist) throw UsageError("--binary applies to property lists only");
   try {
-    const auto records = readRecords<T>(bytes, from);
-    writeOutput(options.output, writeRecords(records, to, options.binary), options.followSymlinks);
+    if (from == Format::plist && to == Format::json) {
+      // Record by record: the nodes never all exist beside the text.
+      writeOutput(options.output, convertPlistToJson<T>(bytes), options.followSymlinks);
+    } else {
+      const auto records = readRecords<T>(bytes, from);
+      writeOutput(options.output, writeRecords(records, to, options.binary), options.followSymlinks);
+    }
   } catch (const InputError& e) {
     // Name the input: its paths ($[1].port) are only half of where the fault is.
     const std::string input = options.input.value_or("-");

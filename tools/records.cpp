@@ -1,5 +1,7 @@
 #include "records.hpp"
 
+#include <optional>
+
 #include "plist_io.hpp"
 #include "support/bounded_input.hpp"
 #include "telvor/coding/coding_error.hpp"
@@ -102,6 +104,48 @@ std::string writePlistRecords(const Records<T>& records, bool binary) {
 
 }  // namespace
 
+template <class T>
+std::string convertPlistToJson(const std::string& bytes) {
+  if constexpr (kHasDictionaryForm<T>) {
+    const json::WriteOptions options{.indent = 2};
+    std::string text;
+    // Untouched capacity costs no memory; JSON is about three times a binary list's size.
+    text.reserve(4 * bytes.size() + 64);
+    std::optional<json::ArrayWriter> array;
+    std::optional<T> first;  // held until a second record shows that the input is a list
+    try {
+      const bool wasArray = readPlist(bytes, [&](PropertyDictionary&& dictionary) {
+        T value(dictionary);
+        if (!array && !first) {
+          first.emplace(std::move(value));
+          return;
+        }
+        if (!array) {
+          array.emplace(text, options);
+          array->append(*first);
+          first.reset();
+        }
+        array->append(value);
+      });
+      if (!wasArray) {
+        text = json::encode(*first, options);
+      } else {
+        if (!array) {
+          array.emplace(text, options);
+          if (first) array->append(*first);
+        }
+        array->finish();
+      }
+    } catch (const CodingError& e) {
+      throw InputError(e.what());
+    }
+    text += '\n';
+    return text;
+  } else {
+    throw UsageError("this type exists only as JSON");
+  }
+}
+
 static_assert(kReadAheadRoom >= json::SimdjsonDocument::kPadding);
 
 void padForReading(std::string& bytes) { bytes.reserve(bytes.size() + json::SimdjsonDocument::kPadding); }
@@ -123,6 +167,10 @@ template std::string writeRecords(const Records<DicomNode>&, Format, bool);
 template std::string writeRecords(const Records<TlsSettings>&, Format, bool);
 template std::string writeRecords(const Records<WadoSettings>&, Format, bool);
 template Records<DicomNodeStatus> readRecords(const std::string&, Format);
+template std::string convertPlistToJson<DicomNode>(const std::string&);
+template std::string convertPlistToJson<TlsSettings>(const std::string&);
+template std::string convertPlistToJson<WadoSettings>(const std::string&);
+template std::string convertPlistToJson<DicomNodeStatus>(const std::string&);
 template std::string writeRecords(const Records<DicomNodeStatus>&, Format, bool);
 
 }  // namespace telvor::tool

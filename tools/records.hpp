@@ -32,4 +32,10 @@ void padForReading(std::string& bytes);
 template <class T>
 std::string writeRecords(const Records<T>& records, Format format, bool binary);
 
+// A property list's records as JSON, each record made from its dictionary and written
+// before the next is read, so that neither all dictionaries nor all records exist at once.
+// The same text and errors as writeRecords(readRecords(bytes, plist), json).
+template <class T>
+std::string convertPlistToJson(const std::string& bytes);
+
 }  // namespace telvor::tool

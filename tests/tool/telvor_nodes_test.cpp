@@ -38,6 +38,35 @@ TEST_F(TelvorNodes, ConvertsJsonToPlistAndBackLosingOnlyWhatTheDictionaryFormLos
   EXPECT_EQ(back.out.find("E621E1F8"), std::string::npos);  // identities are not stored in a dictionary
 }
 
+// Property lists convert record by record; the output keeps the input's shape whatever
+// the number of records.
+TEST_F(TelvorNodes, PropertyListsConvertToJsonInTheirShape) {
+  const std::string node =
+      "<dict><key>AETitle</key><string>PACS</string><key>Description</key><string>Archive</string>"
+      "<key>Address</key><string>10.0.0.5</string><key>Port</key><string>104</string></dict>";
+  const struct {
+    const char* name;
+    std::string body;
+    std::string start;
+    std::ptrdiff_t nodes;
+  } cases[] = {
+      {"emptyList", "<array/>", "[]\n", 0},
+      {"oneInAList", "<array>" + node + "</array>", "[\n  {\n    \"uniqueId\"", 1},
+      {"twoInAList", "<array>" + node + node + "</array>", "[\n  {\n    \"uniqueId\"", 2},
+      {"lone", node, "{\n  \"uniqueId\"", 1},
+  };
+  for (const auto& c : cases) {
+    spit(scratch("in.plist"), "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\">" + c.body + "</plist>");
+    const auto r = run("convert --to json '" + scratch("in.plist") + "'");
+    ASSERT_EQ(r.status, 0) << c.name << ": " << r.err;
+    EXPECT_EQ(r.out.rfind(c.start, 0), 0u) << c.name << ": " << r.out;
+    std::ptrdiff_t nodes = 0;
+    for (auto at = r.out.find("\"aetitle\": \"PACS\""); at != std::string::npos; at = r.out.find("\"aetitle\"", at + 1))
+      ++nodes;
+    EXPECT_EQ(nodes, c.nodes) << c.name << ": " << r.out;
+  }
+}
+
 TEST_F(TelvorNodes, TheBinaryFormKeepsWhatXmlCannotHold) {
   const auto r = run("convert --binary '" + data("control_name.json") + "' -o '" + scratch("ring.plist") + "'");
   ASSERT_EQ(r.status, 0) << r.err;

@@ -72,29 +72,61 @@ TELVOR_JSON_API void appendText(std::string& out, const boost::json::value& docu
 TELVOR_JSON_API void appendBreak(std::string& out, WriteOptions options, int depth);
 }  // namespace detail
 
+// Writes a JSON array into `out` one element at a time, as the generic form writes an
+// array: for producers that make elements one by one and should not hold them all (a
+// conversion from a streamed property list). Elements' errors carry `$[i]`.
+//
+//   std::string text;
+//   telvor::json::ArrayWriter array(text, {.indent = 2});
+//   for (auto& node : source) array.append(node);
+//   array.finish();   // text == telvor::json::encode(nodes, {.indent = 2})
+class ArrayWriter {
+ public:
+  ArrayWriter(std::string& out, WriteOptions options) : out_(out), options_(options) { out_ += '['; }
+  ArrayWriter(const ArrayWriter&) = delete;
+  ArrayWriter& operator=(const ArrayWriter&) = delete;
+
+  // Appends `value`'s coded form. Throws EncodingError (at `$[i]...`) for text that is not
+  // UTF-8; the text then holds part of the element.
+  template <Codable T>
+  void append(const T& value, std::size_t expected = 0) {
+    if (count_ > 0) out_ += ',';
+    detail::appendBreak(out_, options_, 1);
+    {
+      boost::json::value document(&scratch_);
+      Encoder encoder(backend_, &document, CodingPathLink(nullptr, static_cast<std::int64_t>(count_)));
+      telvor::encode(value, encoder);
+      detail::appendText(out_, document, options_, 1);
+    }
+    scratch_.release();
+    // The first element's length is a fair guess at every other's.
+    if (count_ == 0 && expected > 1) out_.reserve(out_.size() * expected + 64);
+    ++count_;
+  }
+
+  // Closes the array; append() may not follow.
+  void finish() {
+    if (count_ > 0) detail::appendBreak(out_, options_, 0);
+    out_ += ']';
+  }
+
+ private:
+  std::string& out_;
+  WriteOptions options_;
+  std::size_t count_ = 0;
+  alignas(std::max_align_t) unsigned char buffer_[8 * 1024];
+  boost::json::monotonic_resource scratch_{buffer_, sizeof buffer_};
+  JsonEncoderBackend backend_;
+};
+
 // An array, as the generic form writes it, but one element's document at a time: the
 // text is the only thing that grows with the number of elements.
 template <Codable T>
 std::string encode(const std::vector<T>& values, WriteOptions options = {}) {
-  std::string out = "[";
-  alignas(std::max_align_t) unsigned char buffer[8 * 1024];
-  boost::json::monotonic_resource scratch(buffer, sizeof buffer);
-  JsonEncoderBackend backend;
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    if (i > 0) out += ',';
-    detail::appendBreak(out, options, 1);
-    {
-      boost::json::value document(&scratch);
-      Encoder encoder(backend, &document, CodingPathLink(nullptr, static_cast<std::int64_t>(i)));
-      telvor::encode(values[i], encoder);
-      detail::appendText(out, document, options, 1);
-    }
-    scratch.release();
-    // The first element's length is a fair guess at every other's.
-    if (i == 0) out.reserve(out.size() * values.size() + 64);
-  }
-  if (!values.empty()) detail::appendBreak(out, options, 0);
-  out += ']';
+  std::string out;
+  ArrayWriter array(out, options);
+  for (const T& value : values) array.append(value, values.size());
+  array.finish();
   return out;
 }
 
