@@ -2,6 +2,7 @@
 
 #include "catalogue_error.hpp"
 #include "io.hpp"
+#include "support/bounded_input.hpp"
 #include "support/checked_output.hpp"
 #include "telvor/presentation/version.hpp"
 #include "tool_error.hpp"
@@ -24,7 +25,7 @@ catalogue::Catalogue readCatalogue(const std::optional<std::string>& input, std:
     try {
       return catalogue::Catalogue::parse(bytes, catalogue::Catalogue::formatOf(*input, bytes));
     } catch (const catalogue::CatalogueError& e) {
-      throw InputError((*input == "-" ? std::string("standard input") : *input) + ": " + e.what());
+      throw InputError(inputName(*input) + ": " + e.what());
     }
   } catch (const catalogue::CatalogueError& e) {
     rethrowAsToolError(e);

@@ -16,6 +16,7 @@
 #include "telvor/json/json.hpp"
 #include "telvor/node/dicom_node.hpp"
 #include "telvor/status/dicom_node_status.hpp"
+#include "support/bounded_input.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
@@ -104,8 +105,7 @@ int convert(const Options& options, const std::string& bytes, Format from) {
     }
   } catch (const InputError& e) {
     // Name the input: its paths ($[1].port) are only half of where the fault is.
-    const std::string input = options.input.value_or("-");
-    throw InputError((input == "-" ? std::string("standard input") : input) + ": " + e.what());
+    throw InputError(inputName(options.input.value_or("-")) + ": " + e.what());
   }
   if constexpr (std::is_same_v<T, DicomNode>) {
     if (const auto dropped = droppedEntries(bytes, from))

@@ -24,8 +24,9 @@ void reportLosses(const std::string& where, const std::vector<peers::PeerLoss>& 
     std::cerr << "telvor-nodes: " << escapeForTerminal(where + ": " + peers::describe(loss)) << '\n';
 }
 
-int damaged(const std::string& where, const std::string& message) {
-  std::cerr << "telvor-nodes: " << escapeForTerminal(where + ": " + message) << " (nothing written)\n";
+// `message` names the file: a catalogue's errors do already, a peer list's get it from the caller.
+int damaged(const std::string& message) {
+  std::cerr << "telvor-nodes: " << escapeForTerminal(message) << " (nothing written)\n";
   return kDamaged;
 }
 
@@ -110,7 +111,7 @@ int runImport(const ImportRequest& request) {
   try {
     list = format.read(text);
   } catch (const peers::PeerFormatError& e) {
-    return damaged(request.source, e.what());
+    return damaged(request.source + ": " + e.what());
   }
   std::vector<peers::PeerLoss> losses = std::move(list.losses);
   try {
@@ -129,7 +130,7 @@ int runImport(const ImportRequest& request) {
     try {
       editor.emplace(catalogue::CatalogueEditor::open(*request.catalogue, options));
     } catch (const catalogue::CatalogueError& e) {
-      if (e.kind() == catalogue::CatalogueError::Kind::unusableInput) return damaged(*request.catalogue, e.what());
+      if (e.kind() == catalogue::CatalogueError::Kind::unusableInput) return damaged(e.what());
       throw;
     }
     const Counts counts = store(editor->catalogue(), list, format, request.replaceMatching, losses);
@@ -150,7 +151,7 @@ int runExport(const ExportRequest& request) {
   try {
     catalogue = readCatalogue(request.catalogue, request.maxInputBytes);
   } catch (const InputError& e) {
-    return damaged(request.catalogue, e.what());
+    return damaged(e.what());
   }
   std::vector<std::size_t> positions;  // catalogue positions (from 0), for the reports
   try {
@@ -169,7 +170,7 @@ int runExport(const ExportRequest& request) {
     try {
       format.read(*existing);
     } catch (const peers::PeerFormatError& e) {
-      return damaged(*request.output, e.what());
+      return damaged(*request.output + ": " + e.what());
     }
   }
   peers::PeerExport out;

@@ -12,17 +12,17 @@ namespace {
 
 constexpr std::size_t kChunk = 64 * 1024;
 
-std::string displayName(const std::string& path) { return path == "-" ? "standard input" : path; }
-
 [[noreturn]] void fail(const std::string& path, int error) {
-  throw ReadError(displayName(path), error, std::system_category().message(error));
+  throw ReadError(inputName(path), error, std::system_category().message(error));
 }
 
 [[noreturn]] void tooLarge(const std::string& path, std::uint64_t limit) {
-  throw ReadError(displayName(path), EFBIG, "larger than the input limit of " + std::to_string(limit) + " bytes");
+  throw ReadError(inputName(path), EFBIG, "larger than the input limit of " + std::to_string(limit) + " bytes");
 }
 
 }  // namespace
+
+std::string inputName(const std::string& path) { return path == "-" ? "standard input" : path; }
 
 ReadError::ReadError(std::string path, int errorNumber, const std::string& reason)
     : std::runtime_error(path + ": " + reason), path_(std::move(path)), errorNumber_(errorNumber) {}

@@ -34,6 +34,9 @@ class ReadError : public std::runtime_error {
   int errorNumber_;
 };
 
+// How messages name an input: its path, or "standard input" for "-".
+std::string inputName(const std::string& path);
+
 // Capacity left past a regular file's bytes, for parsers that read ahead of the end
 // (simdjson), so that they read the text in place.
 inline constexpr std::size_t kReadAheadRoom = 64;
