@@ -9,7 +9,7 @@
 #   ./run.sh tsan      the concurrency tests under ThreadSanitizer (clang)
 #   ./run.sh install-check  install into a scratch prefix and build the consumer example
 #   ./run.sh fuzz SECONDS   build the fuzzers and run each for SECONDS
-#   ./run.sh deps      only install the packages
+#   ./run.sh deps      only install the packages (deps demo: only the demo's)
 #
 # Environment: CXX picks the compiler for `test` (g++ by default); JOBS the build
 # parallelism (the number of cores by default); BUILD_ROOT where builds go (./build).
@@ -20,15 +20,23 @@ ROOT=$(pwd)
 BUILD_ROOT=${BUILD_ROOT:-$ROOT/build}
 JOBS=${JOBS:-$(nproc)}
 
-PACKAGES=(cmake ninja-build pkg-config g++ clang-14 libclang-rt-14-dev
-  libutf8proc-dev libboost-json1.81-dev python3
-  libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev libsimdjson-dev
-  libdcmtk-dev dcmtk openssl valgrind libcli11-dev libexpat1-dev libpugixml-dev
-  qt6-base-dev qt6-svg-dev iproute2 orthanc)
+# What building the library and the tool needs: all that `./run.sh demo` installs.
+BUILD_PACKAGES=(cmake ninja-build pkg-config g++ libutf8proc-dev libboost-json1.81-dev
+  libsimdjson-dev libcli11-dev libexpat1-dev libpugixml-dev)
+# What the whole suite, the companions, benchmarks, sanitizers and fuzzers add: test
+# libraries, the DICOM, web and directory peers the tests start, a TLS terminator, an
+# X server for the window tests, and the optional companions' libraries.
+TEST_PACKAGES=(clang-14 libclang-rt-14-dev python3 libgtest-dev libgmock-dev libbenchmark-dev
+  nlohmann-json3-dev libdcmtk-dev dcmtk openssl valgrind qt6-base-dev qt6-svg-dev iproute2
+  orthanc orthanc-dicomweb nginx-light libcurl4-openssl-dev slapd ldap-utils libldap-dev
+  xvfb xauth)
 
+# deps [demo]: install what is missing; with `demo`, only what building the tool needs.
 deps() {
+  local wanted=("${BUILD_PACKAGES[@]}")
+  [ "${1:-}" = demo ] || wanted+=("${TEST_PACKAGES[@]}")
   local missing=()
-  for p in "${PACKAGES[@]}"; do
+  for p in "${wanted[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
   done
   [ ${#missing[@]} -eq 0 ] && return 0
@@ -40,21 +48,29 @@ deps() {
   echo "Installing: ${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
   apt-get update -qq
-  # Orthanc is a test peer, started by the tests themselves: no system service may start
-  # while it installs (invoke-rc.d asks policy-rc.d, and 101 means "not allowed").
+  # Orthanc, slapd and nginx are test peers, started by the tests themselves: no system
+  # service may start while they install (invoke-rc.d asks policy-rc.d; 101 is "not allowed").
   local policy=/usr/sbin/policy-rc.d had_policy=0
   [ -e "$policy" ] && had_policy=1
   [ $had_policy -eq 1 ] || { printf '#!/bin/sh\nexit 101\n' >"$policy"; chmod +x "$policy"; }
   apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
   [ $had_policy -eq 1 ] || rm -f "$policy"
-  # Should a service have started anyway, stop it: tests run their own instance.
-  if pgrep -x Orthanc >/dev/null 2>&1; then service orthanc stop >/dev/null 2>&1 || pkill -x Orthanc || true; fi
+  # Should a service have started anyway, stop it: tests run their own instances.
+  local daemon
+  for daemon in Orthanc slapd nginx; do
+    if pgrep -x "$daemon" >/dev/null 2>&1; then
+      service "${daemon,,}" stop >/dev/null 2>&1 || pkill -x "$daemon" || true
+    fi
+  done
 }
 
 # configure DIR [cmake args...]
 configure() {
   local dir=$1; shift
-  cmake -S "$ROOT" -B "$dir" -G Ninja "$@" >/dev/null
+  local launcher=()
+  # A developer's ccache, where there is one, shares objects between work trees.
+  if command -v ccache >/dev/null 2>&1; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
+  cmake -S "$ROOT" -B "$dir" -G Ninja "${launcher[@]}" "$@" >/dev/null
 }
 
 build() { cmake --build "$1" --parallel "$JOBS"; }
@@ -160,10 +176,12 @@ cmd_install_check() {
 }
 
 cmd_demo() {
-  deps
-  local dir=$BUILD_ROOT/default
-  configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}"
-  build "$dir" >/dev/null
+  deps demo
+  local dir=$BUILD_ROOT/demo
+  # The tool alone: no tests, companions, benchmarks or fuzzers.
+  configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}" -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_DCMTK=OFF \
+    -DTELVOR_BUILD_QT=OFF
+  cmake --build "$dir" --parallel "$JOBS" --target telvor-nodes >/dev/null
   local tool=$dir/tools/telvor-nodes
   echo "\$ telvor-nodes list"
   "$tool" list
@@ -202,6 +220,6 @@ case "${1:-}" in
   tsan) cmd_tsan ;;
   install-check) cmd_install_check ;;
   fuzz) shift; cmd_fuzz "$@" ;;
-  deps) deps ;;
+  deps) shift; deps "$@" ;;
   *) sed -n '2,16p' "$0" | sed 's/^# \{0,1\}//'; exit 2 ;;
 esac
