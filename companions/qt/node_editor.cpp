@@ -385,6 +385,7 @@ void NodeEditor::apply() {
   DicomNode next = w.withEdits(taken);
   // What the node will use, so it follows the typed address, port and AE title.
   w.certificateId->setText(QString::fromStdString(typed.tlsCertificateID(w.applicationIdentifier.toStdString())));
+  w.certificateId->setCursorPosition(0);
   w.wado->setVisible(typed.retrieveMode == RetrieveModeType::wado);
 
   const bool moved = !(next == w.accepted);

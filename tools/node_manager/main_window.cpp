@@ -146,7 +146,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
       online += model_.nodeStatus(row).kind() == DicomNodeStatus::Kind::accessable ? 1 : 0;
     showMessage(tr("Checked: %1 of %2 online.").arg(online).arg(nodeCount(model_.rowCount())));
   });
-  resize(1280, 620);
+  resize(1280, 820);
   selectRow(-1);
   updateTitle();
 }
