@@ -191,6 +191,25 @@ class ModelsTest : public QObject {
     QCOMPARE(model.index(0, NodeTableModel::checked).data().toString().isEmpty(), !kept);
   }
 
+  // On a double-density screen a 16-pixel status symbol is drawn at 32 pixels, not
+  // enlarged from 16: the same pixels as the 32-pixel symbol.
+  void statusSymbolsDrawnForDoubleDensity() {
+    for (const DicomNodeStatus& status :
+         {DicomNodeStatus::unknown(""), DicomNodeStatus::inaccessible(""), DicomNodeStatus::accessable()}) {
+      const QIcon icon = telvor::qt::statusIcon(status);
+      const QPixmap doubled = icon.pixmap(QSize(16, 16), 2.0);
+      QCOMPARE(doubled.size(), QSize(32, 32));
+      QCOMPARE(doubled.devicePixelRatio(), 2.0);
+      const auto pixels = [](const QPixmap& pixmap) {
+        QImage image = pixmap.toImage().convertToFormat(QImage::Format_ARGB32);
+        image.setDevicePixelRatio(1);
+        return image;
+      };
+      QCOMPARE(pixels(doubled), pixels(icon.pixmap(QSize(32, 32), 1.0)));
+      QVERIFY(pixels(doubled) != pixels(icon.pixmap(QSize(16, 16), 1.0).scaled(32, 32)));
+    }
+  }
+
   void colours() {
     QCOMPARE(telvor::qt::toQColor(telvor::Color::systemRedColor()), QColor(255, 59, 48));
     QCOMPARE(telvor::qt::toQColor(telvor::GrayShade::systemGray2), QColor::fromRgbF(0.2f, 0.2f, 0.2f));
