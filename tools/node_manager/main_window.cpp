@@ -125,7 +125,10 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
     if (editorRow_ >= 0) model_.setNode(editorRow_, editor_->node());
   });
   connect(editor_, &qt::NodeEditor::problemsChanged, this, [this] {
-    if (editor_->hasRefusedInput()) showMessage(editor_->problems().join(' '), true);
+    if (editor_->hasRefusedInput())
+      showMessage(editor_->problems().join(' '), true);
+    else if (message_->property("problem").toBool())
+      showMessage(QString());  // the input it was about is fixed
   });
   connect(&model_, &QAbstractItemModel::dataChanged, this, [this](const QModelIndex& first, const QModelIndex& last) {
     // Statuses come from checks and are not stored.
@@ -167,6 +170,7 @@ void MainWindow::updateActions() {
 void MainWindow::showMessage(const QString& text, bool problem) {
   message_->setText(text);
   message_->setStyleSheet(problem ? QStringLiteral("color: #d70015") : QString());
+  message_->setProperty("problem", problem);
 }
 
 void MainWindow::setModified(bool modified) {
