@@ -141,7 +141,7 @@ cmd_install_check() {
       -Wall -Wextra -Wpedantic -Werror -I"'"$prefix"'/include" -x c++ - || { echo "  in {}" >&2; exit 255; }'
   if [ -d "$prefix/include/telvor/qt" ]; then
     local qtflags
-    qtflags=$(pkg-config --cflags Qt6Core Qt6Gui | sed 's/-I/-isystem /g')
+    qtflags=$(pkg-config --cflags Qt6Core Qt6Gui Qt6Widgets | sed 's/-I/-isystem /g')
     (cd "$prefix/include" && find telvor/qt -name '*.hpp' | sort) |
       xargs -P "$JOBS" -I{} sh -c 'echo "#include <{}>" | '"${CXX:-g++}"' -std=c++20 -fsyntax-only -fPIC \
         -Wall -Wextra -Wpedantic -Werror -I"'"$prefix"'/include" '"$qtflags"' -x c++ - || { echo "  in {}" >&2; exit 255; }'

@@ -2,6 +2,7 @@
 
 #include <QBrush>
 #include <QGuiApplication>
+#include <QLocale>
 #include <algorithm>
 #include <array>
 #include <span>
@@ -15,7 +16,7 @@ namespace telvor::qt {
 namespace {
 
 const std::array<const char*, NodeTableModel::columnCount_> kHeaders{
-    "Name", "AE title", "Address", "Port", "Retrieve", "Transfer syntax", "TLS", "Status"};
+    "Name", "AE title", "Address", "Port", "Retrieve", "Transfer syntax", "TLS", "Status", "Checked"};
 
 QString text(const std::optional<std::string>& value) { return value ? QString::fromStdString(*value) : QString(); }
 
@@ -56,6 +57,12 @@ std::optional<E> caseOf(const QVariant& value) {
   return ok ? fromRawValue<E>(code) : std::nullopt;
 }
 
+// Whether a status found for `a` still says something about `b`.
+bool reachedAlike(const DicomNode& a, const DicomNode& b) {
+  return a.aetitle == b.aetitle && a.address == b.address && a.port == b.port && a.retrieveMode == b.retrieveMode &&
+         a.tlsSettings == b.tlsSettings && a.wadoSettings == b.wadoSettings;
+}
+
 }  // namespace
 
 bool NodeTableModel::isRow(const QModelIndex& index) const {
@@ -70,15 +77,25 @@ void NodeTableModel::setNodes(std::vector<DicomNode> nodes) {
   beginResetModel();
   nodes_ = std::move(nodes);
   statuses_.assign(nodes_.size(), DicomNodeStatus::unknown("Not checked yet"));
+  checkedAt_.assign(nodes_.size(), QDateTime());
   endResetModel();
 }
 
 bool NodeTableModel::setNode(int row, DicomNode node) {
   if (row < 0 || row >= rowCount()) return false;
-  nodes_[static_cast<std::size_t>(row)] = std::move(node);
-  statuses_[static_cast<std::size_t>(row)] = DicomNodeStatus::unknown("Not checked since the last edit");
-  emit dataChanged(index(row, 0), index(row, columnCount_ - 1));
+  replace(row, std::move(node));
   return true;
+}
+
+void NodeTableModel::replace(int row, DicomNode node) {
+  const auto at = static_cast<std::size_t>(row);
+  const bool keepsStatus = reachedAlike(nodes_[at], node);
+  nodes_[at] = std::move(node);
+  if (!keepsStatus) {
+    statuses_[at] = DicomNodeStatus::unknown("Not checked since the last edit");
+    checkedAt_[at] = QDateTime();
+  }
+  emit dataChanged(index(row, 0), index(row, columnCount_ - 1));
 }
 
 int NodeTableModel::appendNode(DicomNode node, DicomNodeStatus nodeStatus) {
@@ -86,14 +103,16 @@ int NodeTableModel::appendNode(DicomNode node, DicomNodeStatus nodeStatus) {
   beginInsertRows({}, row, row);
   nodes_.push_back(std::move(node));
   statuses_.push_back(std::move(nodeStatus));
+  checkedAt_.emplace_back();
   endInsertRows();
   return row;
 }
 
-void NodeTableModel::setStatus(int row, DicomNodeStatus nodeStatus) {
+void NodeTableModel::setStatus(int row, DicomNodeStatus nodeStatus, QDateTime checkedAt) {
   if (row < 0 || row >= rowCount()) return;
   statuses_[static_cast<std::size_t>(row)] = std::move(nodeStatus);
-  emit dataChanged(index(row, status), index(row, status));
+  checkedAt_[static_cast<std::size_t>(row)] = std::move(checkedAt);
+  emit dataChanged(index(row, status), index(row, checked));
 }
 
 void NodeTableModel::setColors(PaletteColors colors) {
@@ -156,6 +175,12 @@ QVariant NodeTableModel::data(const QModelIndex& index, int role) const {
       return {};
     case status:
       return statusData(statuses_[static_cast<std::size_t>(index.row())], role);
+    case checked: {
+      const QDateTime& at = checkedAt_[static_cast<std::size_t>(index.row())];
+      if (role == Qt::DisplayRole) return at.isValid() ? QLocale().toString(at.time(), QLocale::ShortFormat) : QString();
+      if (role == Qt::ToolTipRole) return at.isValid() ? QLocale().toString(at, QLocale::LongFormat) : QVariant();
+      return {};
+    }
     default:
       return {};
   }
@@ -171,7 +196,7 @@ bool NodeTableModel::setData(const QModelIndex& index, const QVariant& value, in
   if (!isRow(index)) return false;
   const int column = index.column();
   const bool checking = column == tls && role == Qt::CheckStateRole;
-  if (!checking && (role != Qt::EditRole || column == tls || column == status)) return false;
+  if (!checking && (role != Qt::EditRole || column == tls || column == status || column == checked)) return false;
 
   DicomNode edited = nodes_[static_cast<std::size_t>(index.row())];
   switch (column) {
@@ -216,8 +241,7 @@ bool NodeTableModel::setData(const QModelIndex& index, const QVariant& value, in
       return refuse(index, QString::fromStdString(problem.message));
 
   if (edited == nodes_[static_cast<std::size_t>(index.row())]) return true;
-  nodes_[static_cast<std::size_t>(index.row())] = std::move(edited);
-  emit dataChanged(index, index, {role, Qt::DisplayRole});
+  replace(index.row(), std::move(edited));
   return true;
 }
 
@@ -225,7 +249,7 @@ Qt::ItemFlags NodeTableModel::flags(const QModelIndex& index) const {
   if (!isRow(index)) return Qt::NoItemFlags;
   Qt::ItemFlags flags = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
   if (index.column() == tls) return flags | Qt::ItemIsUserCheckable;
-  if (index.column() != status) flags |= Qt::ItemIsEditable;
+  if (index.column() != status && index.column() != checked) flags |= Qt::ItemIsEditable;
   return flags;
 }
 
@@ -240,6 +264,7 @@ bool NodeTableModel::removeRows(int row, int count, const QModelIndex& parent) {
   beginRemoveRows(parent, row, row + count - 1);
   nodes_.erase(nodes_.begin() + row, nodes_.begin() + row + count);
   statuses_.erase(statuses_.begin() + row, statuses_.begin() + row + count);
+  checkedAt_.erase(checkedAt_.begin() + row, checkedAt_.begin() + row + count);
   endRemoveRows();
   return true;
 }

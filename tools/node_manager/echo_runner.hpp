@@ -1,8 +1,9 @@
-// Echoing nodes in the background: each node's C-ECHO runs on a thread of a small pool,
+// Checking nodes in the background: each node's probe runs on a thread of a small pool,
 // and each answer comes back to the window's thread as it arrives, so the window never
 // waits for the network.
 #pragma once
 
+#include <QDateTime>
 #include <QObject>
 #include <QString>
 #include <QThreadPool>
@@ -19,38 +20,35 @@ class EchoRunner : public QObject {
 
  public:
   explicit EchoRunner(QObject* parent = nullptr);
-  // Waits for the echoes under way; each ends within its timeout.
+  // Drops the checks not yet begun and waits for those under way; each ends within its
+  // timeout.
   ~EchoRunner() override;
 
-  // Whether this build can echo (the DCMTK companion was built).
+  // Whether this build can check nodes (the DCMTK companion was built).
   static bool available() noexcept;
 
   void setCallingAeTitle(QString aeTitle) { callingAeTitle_ = std::move(aeTitle); }
   void setTimeout(std::chrono::milliseconds timeout) { timeout_ = timeout; }
 
-  // Starts echoing every node, at most four at a time. Answers of an earlier run that
-  // arrive later are dropped. Does nothing when echoing is unavailable.
-  void start(std::vector<DicomNode> nodes);
+  // Checks each node, at most four at a time, beside any checks already under way.
+  // Does nothing when checking is unavailable.
+  void check(const std::vector<DicomNode>& nodes);
   bool running() const noexcept { return pending_ > 0; }
-
-  // The nodes of the current run, and the status of those that have answered.
-  const std::vector<DicomNode>& echoed() const noexcept { return nodes_; }
-  const DicomNodeStatus& result(int position) const { return results_.at(static_cast<std::size_t>(position)); }
+  // Checks asked for and not yet answered.
+  int pending() const noexcept { return pending_; }
 
  signals:
-  // The node at `position` of echoed() has answered; its status is result(position).
-  void answered(int position);
+  // `node`, as it was when its check began, has the status `status` as of `checkedAt`.
+  void answered(const telvor::DicomNode& node, const telvor::DicomNodeStatus& status, const QDateTime& checkedAt);
+  // Every check asked for has answered.
   void finished();
 
  private:
-  void deliver(unsigned run, int position, DicomNodeStatus status);
+  void deliver(const DicomNode& node, const DicomNodeStatus& status);
 
   QThreadPool pool_;
   QString callingAeTitle_ = QStringLiteral("TELVOR");
   std::chrono::milliseconds timeout_{5000};
-  std::vector<DicomNode> nodes_;
-  std::vector<DicomNodeStatus> results_;
-  unsigned run_ = 0;
   int pending_ = 0;
 };
 

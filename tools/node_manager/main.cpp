@@ -2,8 +2,11 @@
 //
 //   telvor-node-manager nodes.plist
 //   telvor-node-manager --settings ~/.config/Example/Viewer.conf --group DicomNodes
+//   telvor-node-manager --test-all --screenshot window.png nodes.plist
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
+#include <QTimer>
 #include <cstdio>
 
 #include "main_window.hpp"
@@ -12,19 +15,23 @@ int main(int argc, char** argv) {
   QApplication app(argc, argv);
   QApplication::setApplicationName("telvor-node-manager");
   QApplication::setApplicationVersion(TELVOR_VERSION_TEXT);
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/telvor/node-manager/telvor-node-manager.svg")));
 
   QCommandLineParser parser;
-  parser.setApplicationDescription("Edit and echo the DICOM nodes of a catalogue.");
+  parser.setApplicationDescription("Edit and check the DICOM nodes of a catalogue.");
   parser.addHelpOption();
   parser.addVersionOption();
   parser.addPositionalArgument("catalogue", "A node catalogue: a property list (.plist) or JSON (.json) file.");
   const QCommandLineOption settings("settings", "Open the nodes kept in this QSettings INI file instead.", "ini-file");
   const QCommandLineOption group("group", "The settings group holding the nodes (default DicomNodes).", "group",
                                  "DicomNodes");
-  const QCommandLineOption callingAe("calling-ae", "The AE title echoes call from (default TELVOR).", "aetitle",
+  const QCommandLineOption callingAe("calling-ae", "The AE title checks call from (default TELVOR).", "aetitle",
                                      "TELVOR");
-  const QCommandLineOption timeout("timeout", "Seconds each step of an echo may wait (default 5).", "seconds", "5");
-  parser.addOptions({settings, group, callingAe, timeout});
+  const QCommandLineOption timeout("timeout", "Seconds each check may wait (default 5).", "seconds", "5");
+  const QCommandLineOption testAll("test-all", "Check every node once the catalogue is open.");
+  const QCommandLineOption screenshot(
+      "screenshot", "Write a picture of the window to this PNG file and quit (after the checks of --test-all).", "png");
+  parser.addOptions({settings, group, callingAe, timeout, testAll, screenshot});
   parser.process(app);
 
   telvor::node_manager::MainWindow window;
@@ -38,10 +45,32 @@ int main(int argc, char** argv) {
   window.echoRunner().setTimeout(std::chrono::milliseconds(static_cast<long long>(seconds * 1000)));
 
   const QStringList paths = parser.positionalArguments();
+  bool opened = true;
   if (parser.isSet(settings))
-    window.open(telvor::node_manager::openSettingsGroup(parser.value(settings), parser.value(group)));
+    opened = window.open(telvor::node_manager::openSettingsGroup(parser.value(settings), parser.value(group)));
   else if (!paths.isEmpty())
-    window.open(telvor::node_manager::openCatalogueFile(paths.front()));
+    opened = window.open(telvor::node_manager::openCatalogueFile(paths.front()));
   window.show();
+
+  if (parser.isSet(screenshot)) {
+    if (!opened) {
+      std::fprintf(stderr, "telvor-node-manager: %s\n", qPrintable(window.message()));
+      return 3;
+    }
+    const QString path = parser.value(screenshot);
+    const auto take = [&window, path] {
+      // Let the last answers paint first.
+      QTimer::singleShot(300, &window, [&window, path] {
+        const bool saved = window.grab().save(path, "PNG");
+        if (!saved) std::fprintf(stderr, "telvor-node-manager: cannot write %s\n", qPrintable(path));
+        QApplication::exit(saved ? 0 : 3);
+      });
+    };
+    if (parser.isSet(testAll) && window.model().rowCount() > 0 && telvor::node_manager::EchoRunner::available())
+      QObject::connect(&window.echoRunner(), &telvor::node_manager::EchoRunner::finished, &window, take);
+    else
+      take();
+  }
+  if (parser.isSet(testAll)) window.testAllNodes();
   return QApplication::exec();
 }

@@ -3,11 +3,14 @@
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QMenuBar>
 #include <QMessageBox>
+#include <QScrollArea>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace telvor::node_manager {
 
@@ -17,6 +20,10 @@ namespace {
 
 QString nodeCount(int count) {
   return count == 1 ? QObject::tr("1 node") : QObject::tr("%1 nodes").arg(count);
+}
+
+QString nameOf(const DicomNode& node) {
+  return node.name ? QString::fromStdString(*node.name) : QObject::tr("the unnamed node");
 }
 
 }  // namespace
@@ -32,80 +39,118 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
   table_->horizontalHeader()->setStretchLastSection(true);
   table_->setIconSize(QSize(16, 16));
 
-  form_ = new NodeForm(model_, this);
-  form_->setObjectName("nodeForm");
-  message_ = new QLabel(this);
-  message_->setObjectName("messageLabel");
-  message_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-
-  auto* formPanel = new QWidget(this);
-  auto* formLayout = new QVBoxLayout(formPanel);
-  auto* heading = new QLabel(tr("<b>Selected node</b>"), formPanel);
-  formLayout->addWidget(heading);
-  formLayout->addWidget(form_);
-  formLayout->addStretch();
-  formPanel->setMinimumWidth(300);
+  editor_ = new qt::NodeEditor(this);
+  editor_->setObjectName("nodeEditor");
+  auto* editorPanel = new QWidget(this);
+  auto* editorLayout = new QVBoxLayout(editorPanel);
+  editorLayout->addWidget(new QLabel(tr("<b>Selected node</b>"), editorPanel));
+  editorLayout->addWidget(editor_);
+  auto* scroll = new QScrollArea(this);
+  scroll->setWidget(editorPanel);
+  scroll->setWidgetResizable(true);
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setMinimumWidth(380);
 
   auto* splitter = new QSplitter(this);
   splitter->addWidget(table_);
-  splitter->addWidget(formPanel);
+  splitter->addWidget(scroll);
   splitter->setStretchFactor(0, 1);
   splitter->setStretchFactor(1, 0);
   splitter->setCollapsible(0, false);
-  splitter->setSizes({900, 340});
+  splitter->setSizes({860, 420});
   setCentralWidget(splitter);
+  setTabOrder(table_, editor_);
 
-  auto* tools = addToolBar(tr("Catalogue"));
-  tools->setObjectName("toolBar");
-  tools->setMovable(false);
-  auto* openAction = tools->addAction(tr("Open…"), this, [this] {
+  const auto action = [this](const QString& text, const char* name, QKeySequence key, auto slot) {
+    auto* made = new QAction(text, this);
+    made->setObjectName(name);
+    made->setShortcut(key);
+    connect(made, &QAction::triggered, this, slot);
+    return made;
+  };
+  auto* openAction = action(tr("&Open…"), "openAction", QKeySequence::Open, [this] {
     const QString path = QFileDialog::getOpenFileName(this, tr("Open a node catalogue"), {},
                                                       tr("Node catalogues (*.plist *.json);;All files (*)"));
     if (!path.isEmpty()) open(openCatalogueFile(path));
   });
-  openAction->setShortcut(QKeySequence::Open);
-  saveAction_ = tools->addAction(tr("Save"), this, [this] { save(); });
-  saveAction_->setObjectName("saveAction");
-  saveAction_->setShortcut(QKeySequence::Save);
-  tools->addSeparator();
-  tools->addAction(tr("Add node"), this, [this] { addNode(); })->setObjectName("addAction");
-  tools->addAction(tr("Remove node"), this, [this] { removeSelectedNode(); })->setObjectName("removeAction");
-  tools->addSeparator();
-  echoAction_ = tools->addAction(tr("Echo all"), this, [this] { echoAll(); });
-  echoAction_->setObjectName("echoAction");
-  if (!EchoRunner::available()) {
-    echoAction_->setEnabled(false);
-    echoAction_->setToolTip(tr("This build has no DICOM networking (the DCMTK companion was not built)"));
-  }
+  saveAction_ = action(tr("&Save"), "saveAction", QKeySequence::Save, [this] { save(); });
+  auto* quitAction = action(tr("&Quit"), "quitAction", QKeySequence::Quit, [this] { close(); });
+  auto* addAction = action(tr("&Add node"), "addAction", QKeySequence::New, [this] { addNode(); });
+  removeAction_ = action(tr("&Remove node…"), "removeAction", QKeySequence(Qt::Key_Delete), [this] { removeSelectedNode(); });
+  // Delete removes a node only from the table; in the editor's fields it deletes text.
+  removeAction_->setShortcutContext(Qt::WidgetShortcut);
+  table_->addAction(removeAction_);
+  testAction_ = action(tr("&Test"), "testAction", QKeySequence(tr("Ctrl+T")), [this] { testSelectedNode(); });
+  testAllAction_ = action(tr("Test &all"), "testAllAction", QKeySequence(tr("Ctrl+Shift+T")), [this] { testAllNodes(); });
 
+  auto* file = menuBar()->addMenu(tr("&File"));
+  file->addActions({openAction, saveAction_});
+  file->addSeparator();
+  file->addAction(quitAction);
+  auto* nodes = menuBar()->addMenu(tr("&Node"));
+  nodes->addActions({addAction, removeAction_});
+  nodes->addSeparator();
+  nodes->addActions({testAction_, testAllAction_});
+
+  auto* tools = addToolBar(tr("Catalogue"));
+  tools->setObjectName("toolBar");
+  tools->setMovable(false);
+  tools->addActions({openAction, saveAction_});
+  tools->addSeparator();
+  tools->addActions({addAction, removeAction_});
+  tools->addSeparator();
+  tools->addActions({testAction_, testAllAction_});
+  if (!EchoRunner::available())
+    for (QAction* test : {testAction_, testAllAction_})
+      test->setToolTip(tr("This build has no DICOM networking (the DCMTK companion was not built)"));
+
+  message_ = new QLabel(this);
+  message_->setObjectName("messageLabel");
+  message_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+  unsaved_ = new QLabel(tr("Unsaved changes"), this);
+  unsaved_->setObjectName("unsavedLabel");
+  unsaved_->hide();
   progress_ = new QProgressBar(this);
-  progress_->setObjectName("echoProgress");
-  progress_->setMaximumWidth(220);
+  progress_->setObjectName("checkProgress");
   progress_->setFormat(tr("%v of %m answered"));
+  progress_->setMinimumWidth(progress_->fontMetrics().horizontalAdvance(tr("%1 of %1 answered").arg(9999)) + 48);
   progress_->hide();
   statusBar()->addWidget(message_, 1);
+  statusBar()->addPermanentWidget(unsaved_);
   statusBar()->addPermanentWidget(progress_);
 
   connect(table_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
-          [this](const QModelIndex& current) { form_->showRow(current.row()); });
-  connect(&model_, &QAbstractItemModel::dataChanged, this,
-          [this](const QModelIndex& first, const QModelIndex& last) {
-            // Statuses come from echoes and are not stored.
-            if (first.column() != NodeTableModel::status || last.column() != NodeTableModel::status)
-              setWindowModified(true);
-          });
+          [this](const QModelIndex& current) { selectRow(current.row()); });
+  connect(editor_, &qt::NodeEditor::edited, this, [this] {
+    if (editorRow_ >= 0) model_.setNode(editorRow_, editor_->node());
+  });
+  connect(editor_, &qt::NodeEditor::problemsChanged, this, [this] {
+    if (editor_->hasRefusedInput())
+      showMessage(editor_->problems().join(' '), true);
+    else if (message_->property("problem").toBool())
+      showMessage(QString());  // the input it was about is fixed
+  });
+  connect(&model_, &QAbstractItemModel::dataChanged, this, [this](const QModelIndex& first, const QModelIndex& last) {
+    // Statuses come from checks and are not stored.
+    if (first.column() >= NodeTableModel::status) return;
+    setModified(true);
+    // An edit in the table itself shows in the editor; the editor's own edits are there already.
+    if (editorRow_ >= first.row() && editorRow_ <= last.row() &&
+        !(model_.nodes()[static_cast<std::size_t>(editorRow_)] == editor_->node()))
+      editor_->setNode(model_.nodes()[static_cast<std::size_t>(editorRow_)]);
+  });
   connect(&model_, &NodeTableModel::editRefused, this,
           [this](const QModelIndex&, const QString& reason) { showMessage(reason, true); });
-  connect(&echo_, &EchoRunner::answered, this, [this](int position) { onAnswer(position); });
+  connect(&echo_, &EchoRunner::answered, this, &MainWindow::onAnswer);
   connect(&echo_, &EchoRunner::finished, this, [this] {
     progress_->hide();
-    echoAction_->setEnabled(true);
     int online = 0;
     for (int row = 0; row < model_.rowCount(); ++row)
       online += model_.nodeStatus(row).kind() == DicomNodeStatus::Kind::accessable ? 1 : 0;
-    showMessage(tr("Echo finished: %1 of %2 nodes online.").arg(online).arg(model_.rowCount()));
+    showMessage(tr("Checked: %1 of %2 online.").arg(online).arg(nodeCount(model_.rowCount())));
   });
-  resize(1240, 520);
+  resize(1280, 820);
+  selectRow(-1);
   updateTitle();
 }
 
@@ -114,9 +159,23 @@ void MainWindow::updateTitle() {
                          : tr("Telvor node manager"));
 }
 
+void MainWindow::updateActions() {
+  const bool selected = editorRow_ >= 0;
+  removeAction_->setEnabled(selected);
+  testAction_->setEnabled(selected && EchoRunner::available());
+  testAllAction_->setEnabled(model_.rowCount() > 0 && EchoRunner::available());
+  saveAction_->setEnabled(source_ != nullptr);
+}
+
 void MainWindow::showMessage(const QString& text, bool problem) {
   message_->setText(text);
   message_->setStyleSheet(problem ? QStringLiteral("color: #d70015") : QString());
+  message_->setProperty("problem", problem);
+}
+
+void MainWindow::setModified(bool modified) {
+  setWindowModified(modified);
+  unsaved_->setVisible(modified);
 }
 
 bool MainWindow::open(std::unique_ptr<NodeSource> source) {
@@ -132,10 +191,10 @@ bool MainWindow::open(std::unique_ptr<NodeSource> source) {
   for (std::size_t i = 0; i < nodes.size(); ++i) origins_.emplace_back(i);
   model_.setNodes(std::move(nodes));
   table_->resizeColumnsToContents();
-  setWindowModified(false);
+  setModified(false);
   updateTitle();
   showMessage(nodeCount(model_.rowCount()) + tr(" loaded from %1.").arg(source_->description()));
-  if (model_.rowCount() > 0) selectRow(0);
+  selectRow(model_.rowCount() > 0 ? 0 : -1);
   return true;
 }
 
@@ -151,7 +210,7 @@ bool MainWindow::save() {
     return false;
   }
   for (std::size_t i = 0; i < origins_.size(); ++i) origins_[i] = i;
-  setWindowModified(false);
+  setModified(false);
   showMessage(tr("Saved %1 to %2.").arg(nodeCount(model_.rowCount()), source_->description()));
   return true;
 }
@@ -163,52 +222,79 @@ void MainWindow::addNode() {
   node.address = "127.0.0.1";
   origins_.emplace_back(std::nullopt);
   const int row = model_.appendNode(std::move(node));
-  setWindowModified(true);
+  setModified(true);
+  showMessage(tr("Added a node: fill in its fields beside the table."));
   selectRow(row);
+  editor_->findChild<QWidget*>("nameEdit")->setFocus();
 }
 
 void MainWindow::removeSelectedNode() {
-  const int row = table_->currentIndex().row();
+  const int row = currentRow();
   if (row < 0) return;
+  const QString name = nameOf(model_.nodes()[static_cast<std::size_t>(row)]);
+  const auto answer = QMessageBox::question(this, tr("Remove node"),
+                                            tr("Remove “%1” from the list? It leaves the file when you save.").arg(name),
+                                            QMessageBox::Yes | QMessageBox::Cancel, QMessageBox::Cancel);
+  if (answer != QMessageBox::Yes) return;
   model_.removeRows(row, 1);
   origins_.erase(origins_.begin() + row);
-  setWindowModified(true);
+  setModified(true);
+  showMessage(tr("Removed “%1”.").arg(name));
   selectRow(std::min(row, model_.rowCount() - 1));
 }
 
-void MainWindow::echoAll() {
-  if (!EchoRunner::available() || model_.rowCount() == 0) return;
-  for (int row = 0; row < model_.rowCount(); ++row)
-    model_.setStatus(row, DicomNodeStatus::unknown("Waiting for an answer"));
-  progress_->setRange(0, model_.rowCount());
-  progress_->setValue(0);
-  progress_->show();
-  echoAction_->setEnabled(false);
-  showMessage(tr("Echoing %1…").arg(nodeCount(model_.rowCount())));
-  echo_.start(model_.nodes());
+void MainWindow::testSelectedNode() {
+  if (currentRow() >= 0) test({currentRow()});
 }
 
-void MainWindow::onAnswer(int position) {
-  progress_->setValue(progress_->value() + 1);
-  // The node may have been edited, moved or removed since the echo began; the answer
-  // belongs to the row that still holds the very node that was echoed.
-  const DicomNode& echoed = echo_.echoed()[static_cast<std::size_t>(position)];
+void MainWindow::testAllNodes() {
+  std::vector<int> rows(static_cast<std::size_t>(model_.rowCount()));
+  for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = static_cast<int>(i);
+  test(rows);
+}
+
+void MainWindow::test(const std::vector<int>& rows) {
+  if (!EchoRunner::available() || rows.empty()) return;
+  std::vector<DicomNode> nodes;
+  for (const int row : rows) {
+    model_.setStatus(row, DicomNodeStatus::unknown("Waiting for an answer"));
+    nodes.push_back(model_.nodes()[static_cast<std::size_t>(row)]);
+  }
+  const int total = (echo_.running() ? progress_->maximum() : 0) + static_cast<int>(rows.size());
+  echo_.check(nodes);
+  progress_->setRange(0, total);
+  progress_->setValue(total - echo_.pending());
+  progress_->show();
+  showMessage(tr("Checking %1…").arg(nodeCount(static_cast<int>(rows.size()))));
+}
+
+void MainWindow::onAnswer(const DicomNode& checked, const DicomNodeStatus& status, const QDateTime& at) {
+  progress_->setValue(progress_->maximum() - echo_.pending());
+  // The node may have been edited, moved or removed since its check began; the answer
+  // belongs to the row that still holds the very node that was checked.
   for (int row = 0; row < model_.rowCount(); ++row) {
     const DicomNode& node = model_.nodes()[static_cast<std::size_t>(row)];
-    if (node.id() != echoed.id()) continue;
-    model_.setStatus(row, node == echoed ? echo_.result(position)
-                                         : DicomNodeStatus::unknown("Edited while it was being echoed; echo again"));
+    if (node.id() != checked.id()) continue;
+    // An edit that changes how the node is reached has made its status unknown already;
+    // one of its name or icon leaves the answer true.
+    if (node == checked || model_.nodeStatus(row) == DicomNodeStatus::unknown("Waiting for an answer"))
+      model_.setStatus(row, status, at);
   }
 }
 
+int MainWindow::currentRow() const { return editorRow_; }
+
 void MainWindow::selectRow(int row) {
-  if (row < 0) {
-    form_->showRow(-1);
+  row = row >= 0 && row < model_.rowCount() ? row : -1;
+  if (row >= 0 && table_->currentIndex().row() != row) {
+    table_->setCurrentIndex(model_.index(row, 0));  // comes back here through currentRowChanged
+    table_->selectRow(row);
     return;
   }
-  table_->setCurrentIndex(model_.index(row, 0));
-  table_->selectRow(row);
-  form_->showRow(row);
+  editorRow_ = row;
+  editor_->setEnabled(row >= 0);
+  if (row >= 0) editor_->setNode(model_.nodes()[static_cast<std::size_t>(row)]);
+  updateActions();
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

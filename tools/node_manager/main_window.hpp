@@ -1,5 +1,5 @@
-// The node manager's window: the node table, the selected node's form, and the actions
-// to open, add, remove, echo and save.
+// The node manager's window: the node table with each node's checked status, the selected
+// node's editor beside it, and the actions to open, add, remove, check and save.
 #pragma once
 
 #include <QLabel>
@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "echo_runner.hpp"
-#include "node_form.hpp"
 #include "node_source.hpp"
+#include "telvor/qt/node_editor.hpp"
 #include "telvor/qt/node_table_model.hpp"
 
 namespace telvor::node_manager {
@@ -28,9 +28,13 @@ class MainWindow : public QMainWindow {
   bool open(std::unique_ptr<NodeSource> source);
   // Stores the nodes; false with the reason shown when that fails.
   bool save();
+  // Adds a node and selects it for editing.
   void addNode();
+  // Removes the selected node once the user confirms it in a dialog.
   void removeSelectedNode();
-  void echoAll();
+  // Checks the selected node, or every node, in the background.
+  void testSelectedNode();
+  void testAllNodes();
 
   qt::NodeTableModel& model() noexcept { return model_; }
   EchoRunner& echoRunner() noexcept { return echo_; }
@@ -42,20 +46,28 @@ class MainWindow : public QMainWindow {
 
  private:
   void showMessage(const QString& text, bool problem = false);
+  void setModified(bool modified);
   void selectRow(int row);
-  void onAnswer(int position);
+  void test(const std::vector<int>& rows);
+  void onAnswer(const DicomNode& checked, const DicomNodeStatus& status, const QDateTime& at);
   void updateTitle();
+  void updateActions();
+  int currentRow() const;
 
   qt::NodeTableModel model_;
   std::unique_ptr<NodeSource> source_;
   std::vector<std::optional<std::size_t>> origins_;  // per row: the stored position, or new
   EchoRunner echo_;
   QTableView* table_;
-  NodeForm* form_;
+  qt::NodeEditor* editor_;
   QProgressBar* progress_;
   QLabel* message_;
+  QLabel* unsaved_;
   QAction* saveAction_;
-  QAction* echoAction_;
+  QAction* removeAction_;
+  QAction* testAction_;
+  QAction* testAllAction_;
+  int editorRow_ = -1;
 };
 
 }  // namespace telvor::node_manager

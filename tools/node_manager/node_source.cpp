@@ -1,6 +1,7 @@
 #include "node_source.hpp"
 
 #include <QSettings>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -12,6 +13,32 @@
 namespace telvor::node_manager {
 
 namespace {
+
+// What a store does for one save: replace the node stored at a position, remove one,
+// append one.
+struct StoreEdits {
+  std::function<void(std::size_t, const DicomNode&)> replace;
+  std::function<void(std::size_t)> remove;
+  std::function<void(const DicomNode&)> append;
+};
+
+// Makes `stored` nodes the entries: edits first, while every position is still the one
+// loaded; then removals from the end, so earlier positions stay put; then new nodes.
+void reconcile(const std::vector<CatalogueEntry>& entries, std::size_t stored, const StoreEdits& store) {
+  std::vector<bool> kept(stored, false);
+  std::size_t next = 0;  // entries keep the loaded order: edited ones first, new ones after
+  for (const CatalogueEntry& entry : entries) {
+    if (!entry.origin) continue;
+    if (*entry.origin < next || *entry.origin >= stored) throw std::logic_error("entries out of order");
+    next = *entry.origin + 1;
+    kept[*entry.origin] = true;
+    store.replace(*entry.origin, entry.node);
+  }
+  for (std::size_t i = stored; i-- > 0;)
+    if (!kept[i]) store.remove(i);
+  for (const CatalogueEntry& entry : entries)
+    if (!entry.origin) store.append(entry.node);
+}
 
 // A property list (XML or binary) or JSON file, through the catalogue library: edits
 // change only what they must, and a save takes the catalogue lock and replaces the file
@@ -40,19 +67,10 @@ class CatalogueFile final : public NodeSource {
       throw std::runtime_error(path_.toStdString() +
                                ": changed by another program since it was opened; nothing saved (reopen it to "
                                "see its changes, or save under another name)");
-    std::vector<bool> kept(stored.size(), false);
-    std::size_t next = 0;  // entries keep the loaded order: edited ones first, new ones after
-    for (const CatalogueEntry& entry : entries) {
-      if (!entry.origin) continue;
-      if (*entry.origin < next || *entry.origin >= stored.size()) throw std::logic_error("entries out of order");
-      next = *entry.origin + 1;
-      kept[*entry.origin] = true;
-      edit(entry.node, [&] { stored.replace(*entry.origin, entry.node); });
-    }
-    for (std::size_t i = stored.size(); i-- > 0;)
-      if (!kept[i]) stored.remove(i);
-    for (const CatalogueEntry& entry : entries)
-      if (!entry.origin) edit(entry.node, [&] { stored.append(entry.node); });
+    reconcile(entries, stored.size(),
+              {[&](std::size_t at, const DicomNode& node) { edit(node, [&] { stored.replace(at, node); }); },
+               [&](std::size_t at) { stored.remove(at); },
+               [&](const DicomNode& node) { edit(node, [&] { stored.append(node); }); }});
     editor.save();
     loaded_ = std::move(stored);
   }
@@ -89,22 +107,10 @@ class SettingsGroup final : public NodeSource {
   }
 
   void save(const std::vector<CatalogueEntry>& entries) override {
-    const std::size_t stored = store_.size();
-    std::vector<bool> kept(stored, false);
-    for (const CatalogueEntry& entry : entries)
-      if (entry.origin && *entry.origin < stored) kept[*entry.origin] = true;
     try {
-      // Removals first, from the end, so that the earlier positions stay put.
-      for (std::size_t i = stored; i-- > 0;)
-        if (!kept[i]) store_.remove(i);
-      for (const CatalogueEntry& entry : entries) {
-        if (!entry.origin) continue;
-        std::size_t position = *entry.origin;
-        for (std::size_t i = 0; i < *entry.origin; ++i) position -= kept[i] ? 0 : 1;
-        store_.update(position, entry.node);
-      }
-      for (const CatalogueEntry& entry : entries)
-        if (!entry.origin) store_.append(entry.node);
+      reconcile(entries, store_.size(),
+                {[&](std::size_t at, const DicomNode& node) { store_.update(at, node); },
+                 [&](std::size_t at) { store_.remove(at); }, [&](const DicomNode& node) { store_.append(node); }});
     } catch (const std::exception& e) {
       throw std::runtime_error(settings_.fileName().toStdString() + ": " + e.what());
     }

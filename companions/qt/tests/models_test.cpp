@@ -128,7 +128,7 @@ class ModelsTest : public QObject {
     model.setNodes({node("A"), node("B")});
     model.appendNode(node("C"), DicomNodeStatus::inaccessible("Connection refused"));
     QCOMPARE(model.rowCount(), 3);
-    QCOMPARE(model.columnCount(), 8);
+    QCOMPARE(model.columnCount(), 9);
     QCOMPARE(model.headerData(1, Qt::Horizontal).toString(), QString("AE title"));
 
     const QModelIndex tls = model.index(0, NodeTableModel::tls);
@@ -150,6 +150,64 @@ class ModelsTest : public QObject {
     QVERIFY(model.removeRows(0, 2));
     QCOMPARE(model.nodes()[0].aetitle, std::optional<std::string>("C"));
     QVERIFY(!model.removeRows(0, 2));
+  }
+
+  // A status found for a node stays only while the node is reached the same way.
+  void editsResetOnlyReachStatuses_data() {
+    QTest::addColumn<int>("edit");
+    QTest::addColumn<bool>("kept");
+    using Edit = void (*)(telvor::DicomNode&);
+    const std::array<std::tuple<const char*, Edit, bool>, 9> edits{{
+        {"name", [](telvor::DicomNode& n) { n.name = "Renamed"; }, true},
+        {"icon", [](telvor::DicomNode& n) { n.icon = "server"; }, true},
+        {"queryable", [](telvor::DicomNode& n) { n.isQueryable = false; }, true},
+        {"address", [](telvor::DicomNode& n) { n.address = "192.0.2.2"; }, false},
+        {"port", [](telvor::DicomNode& n) { n.port = "11112"; }, false},
+        {"AE title", [](telvor::DicomNode& n) { n.aetitle = "OTHER"; }, false},
+        {"TLS", [](telvor::DicomNode& n) { n.tlsSettings->isEnabled = true; }, false},
+        {"WADO URL", [](telvor::DicomNode& n) { n.wadoSettings.url = "http://192.0.2.1/wado"; }, false},
+        {"retrieve mode", [](telvor::DicomNode& n) { n.retrieveMode = telvor::RetrieveModeType::cmove; }, false},
+    }};
+    for (std::size_t i = 0; i < edits.size(); ++i)
+      QTest::newRow(std::get<0>(edits[i])) << int(i) << std::get<2>(edits[i]);
+    edits_ = {};
+    for (const auto& edit : edits) edits_.push_back(std::get<1>(edit));
+  }
+  void editsResetOnlyReachStatuses() {
+    QFETCH(int, edit);
+    QFETCH(bool, kept);
+    NodeTableModel model;
+    QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+    model.setNodes({node("A")});
+    const QDateTime at = QDateTime::currentDateTime();
+    model.setStatus(0, DicomNodeStatus::accessable(), at);
+    QCOMPARE(model.index(0, NodeTableModel::checked).data().toString(),
+             QLocale().toString(at.time(), QLocale::ShortFormat));
+    telvor::DicomNode edited = model.nodes()[0];
+    edits_[static_cast<std::size_t>(edit)](edited);
+    QVERIFY(model.setNode(0, edited));
+    QCOMPARE(model.nodeStatus(0) == DicomNodeStatus::accessable(), kept);
+    QCOMPARE(model.checkedAt(0).isValid(), kept);
+    QCOMPARE(model.index(0, NodeTableModel::checked).data().toString().isEmpty(), !kept);
+  }
+
+  // On a double-density screen a 16-pixel status symbol is drawn at 32 pixels, not
+  // enlarged from 16: the same pixels as the 32-pixel symbol.
+  void statusSymbolsDrawnForDoubleDensity() {
+    for (const DicomNodeStatus& status :
+         {DicomNodeStatus::unknown(""), DicomNodeStatus::inaccessible(""), DicomNodeStatus::accessable()}) {
+      const QIcon icon = telvor::qt::statusIcon(status);
+      const QPixmap doubled = icon.pixmap(QSize(16, 16), 2.0);
+      QCOMPARE(doubled.size(), QSize(32, 32));
+      QCOMPARE(doubled.devicePixelRatio(), 2.0);
+      const auto pixels = [](const QPixmap& pixmap) {
+        QImage image = pixmap.toImage().convertToFormat(QImage::Format_ARGB32);
+        image.setDevicePixelRatio(1);
+        return image;
+      };
+      QCOMPARE(pixels(doubled), pixels(icon.pixmap(QSize(32, 32), 1.0)));
+      QVERIFY(pixels(doubled) != pixels(icon.pixmap(QSize(16, 16), 1.0).scaled(32, 32)));
+    }
   }
 
   void colours() {
@@ -203,6 +261,8 @@ class ModelsTest : public QObject {
     QVERIFY(telvor::qt::symbolIcon(telvor::Image{"no.such.symbol"}, Qt::red).isNull());
     QVERIFY(telvor::qt::symbolResource(telvor::Image{"no.such.symbol"}).isEmpty());
   }
+ private:
+  std::vector<void (*)(telvor::DicomNode&)> edits_;
 };
 
 QTEST_MAIN(ModelsTest)

@@ -3,11 +3,11 @@
 //   auto* model = new telvor::qt::NodeTableModel(tableView);
 //   model->setNodes(store.nodes());                  // every status: unknown, "Not checked yet"
 //   tableView->setModel(model);
-//   model->setStatus(2, telvor::DicomNodeStatus::accessable());
+//   model->setStatus(2, telvor::DicomNodeStatus::accessable(), QDateTime::currentDateTime());
 //   model->setData(model->index(0, NodeTableModel::port), "99999");   // false: refused
 //   model->lastRefusal();                            // "Port 99999 is out of range: ..."
 //
-// Columns: Name, AE title, Address, Port, Retrieve, Transfer syntax, TLS, Status.
+// Columns: Name, AE title, Address, Port, Retrieve, Transfer syntax, TLS, Status, Checked.
 // - Text columns show and edit the field's text.
 // - Retrieve and Transfer syntax show the case's title; CodeRole and Qt::EditRole give
 //   the code, and setData takes a code (a number) or a title.
@@ -16,6 +16,11 @@
 // - Status shows the status's title with its symbol (Qt::DecorationRole), its colour
 //   (Qt::ForegroundRole) and its reason as tooltip; StatusKindRole gives the case's id.
 //   Not editable: statuses come from setStatus.
+// - Checked shows when the status was found (the time of day; the date and time in the
+//   tooltip), empty while the node has not been checked.
+// A status describes the node as it was checked: an edit that changes how the node is
+// reached (AE title, address, port, retrieve mode, TLS or WADO settings) makes it
+// unknown again; one of the name or the icon keeps it.
 // An edit is refused (setData returns false, nothing changes, editRefused is emitted)
 // when it would give the edited field a problem telvor::validate reports (AE title,
 // port, address; a WADO retrieve mode without a WADO URL), or empty the name.
@@ -24,6 +29,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+#include <QDateTime>
 #include <QIcon>
 #include <QString>
 #include <array>
@@ -40,7 +46,7 @@ class TELVOR_QT_API NodeTableModel : public QAbstractTableModel {
   Q_OBJECT
 
  public:
-  enum Column { name, aetitle, address, port, retrieve, transferSyntax, tls, status, columnCount_ };
+  enum Column { name, aetitle, address, port, retrieve, transferSyntax, tls, status, checked, columnCount_ };
   static constexpr int CodeRole = Qt::UserRole;
   static constexpr int StatusKindRole = Qt::UserRole + 1;
 
@@ -49,14 +55,16 @@ class TELVOR_QT_API NodeTableModel : public QAbstractTableModel {
   // Replaces every row; each status becomes unknown("Not checked yet").
   void setNodes(std::vector<DicomNode> nodes);
   const std::vector<DicomNode>& nodes() const noexcept { return nodes_; }
-  // Replaces one node whole (a form's edit); its status becomes unknown. False outside
-  // the rows.
+  // Replaces one node whole (an editor's edit); its status becomes unknown when the edit
+  // changes how the node is reached. False outside the rows.
   bool setNode(int row, DicomNode node);
   // Adds a row at the end; its index.
   int appendNode(DicomNode node, DicomNodeStatus status = DicomNodeStatus::unknown("Not checked yet"));
 
   const DicomNodeStatus& nodeStatus(int row) const { return statuses_.at(static_cast<std::size_t>(row)); }
-  void setStatus(int row, DicomNodeStatus status);
+  // When the status was found; invalid while the node has not been checked.
+  QDateTime checkedAt(int row) const { return checkedAt_.at(static_cast<std::size_t>(row)); }
+  void setStatus(int row, DicomNodeStatus status, QDateTime checkedAt = {});
   void setColors(PaletteColors colors);
 
   // Why the last refused edit was refused; empty before any.
@@ -77,9 +85,11 @@ class TELVOR_QT_API NodeTableModel : public QAbstractTableModel {
   bool isRow(const QModelIndex& index) const;
   QVariant statusData(const DicomNodeStatus& status, int role) const;
   bool refuse(const QModelIndex& index, const QString& reason);
+  void replace(int row, DicomNode node);
 
   std::vector<DicomNode> nodes_;
   std::vector<DicomNodeStatus> statuses_;
+  std::vector<QDateTime> checkedAt_;
   PaletteColors colors_;
   mutable std::array<QIcon, 3> icons_;  // drawn once per status case and colours
   QString lastRefusal_;
