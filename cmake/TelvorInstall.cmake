@@ -77,7 +77,8 @@ set(_telvor_folder_json formats/json)
 set(_telvor_folder_plist formats/plist)
 set(_telvor_folder_dcmtk companions/dcmtk)
 set(_telvor_folder_qt companions/qt)
-foreach(_telvor_format IN ITEMS json plist dcmtk qt)
+set(_telvor_folder_web companions/web)
+foreach(_telvor_format IN ITEMS json plist web dcmtk qt)
   if(TARGET telvor_${_telvor_format})
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/${_telvor_folder_${_telvor_format}}/telvor/${_telvor_format}/
       DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/telvor/${_telvor_format}

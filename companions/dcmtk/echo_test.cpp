@@ -204,15 +204,15 @@ TEST_F(EchoOverTcp, TheQueryCheckTellsDcmqrscpWhichAnswersFromStorescpWhichRefus
   ServerProcess archive = startDcmqrscp(dir, "ARCHIVE");
   ServerProcess store({findProgram("storescp"), "-od", dir.path().string()}, dir / "storescp.log");
   ASSERT_TRUE(archive.ready() && store.ready());
-  const EchoResult answered = echo(localTarget(archive.port(), "ARCHIVE"), "TELVOR-TEST", EchoOptions{5s, true});
+  const EchoResult answered = echo(localTarget(archive.port(), "ARCHIVE"), "TELVOR-TEST", EchoOptions{5s, true, std::nullopt});
   ASSERT_TRUE(answered.answered() && answered.query) << answered.reason;
   EXPECT_EQ(answered.query->outcome, QueryOutcome::answered) << answered.query->reason;
   EXPECT_EQ(title(answered.query->outcome), "yes");
-  const EchoResult refused = echo(localTarget(store.port(), "STORESCP"), "TELVOR-TEST", EchoOptions{5s, true});
+  const EchoResult refused = echo(localTarget(store.port(), "STORESCP"), "TELVOR-TEST", EchoOptions{5s, true, std::nullopt});
   ASSERT_TRUE(refused.answered() && refused.query) << refused.reason;
   EXPECT_EQ(refused.query->outcome, QueryOutcome::refused);
   EXPECT_THAT(refused.query->reason,
-              HasSubstr(endpoint(store.port()) + " does not offer Study Root C-FIND to this application"));
+              HasSubstr(endpoint(store.port()) + " does not offer Study Root C-FIND to AE title \"TELVOR-TEST\""));
 }
 
 TEST(EchoTargetCheck, UnusableTargetsAreNotAttempted) {
