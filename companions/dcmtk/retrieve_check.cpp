@@ -134,6 +134,18 @@ std::string unknownDestination(const EchoContext& context, std::uint16_t port) {
          " with this computer's address and port " + std::to_string(port) + " to its list of peers";
 }
 
+// A peer that answers a retrieve request of an instance it just found by closing the
+// association refuses it (Orthanc does so to AE titles not allowed to retrieve).
+bool refusedByClosing(const OFCondition& c) { return c == DUL_PEERABORTEDASSOCIATION || c == DUL_NETWORKCLOSED; }
+
+RetrieveAnswer closedInsteadOf(const char* service, const EchoContext& context) {
+  return answer(RetrieveOutcome::no, context.endpoint + " refused the " + service +
+                                         ": it closed the association instead of answering. It most likely does not "
+                                         "allow AE title " +
+                                         quoted(context.callingAeTitle) +
+                                         " to retrieve; allow it on the peer (or use the node's other retrieve mode).");
+}
+
 // --- C-MOVE ----------------------------------------------------------------------------------
 
 // C-MOVE checks on one port take turns: only one listener can have it.
@@ -187,6 +199,7 @@ RetrieveAnswer move(T_ASC_Association& association, const RetrieveCheck& check, 
   if (listener.received()) return answer(RetrieveOutcome::yes, {});
   if (c.bad()) {
     sound = false;
+    if (!deadlinePassed() && refusedByClosing(c)) return closedInsteadOf("C-MOVE", context);
     return answer(RetrieveOutcome::unknown, context.endpoint + (deadlinePassed() ? " did not finish the C-MOVE in time"
                                                                                   : " ended the C-MOVE (" +
                                                                                         std::string(c.text()) + ")") +
@@ -252,6 +265,7 @@ RetrieveAnswer get(T_ASC_Association& association, const RetrieveCheck& check, c
   request.DataSetType = DIMSE_DATASET_PRESENT;
   const auto lost = [&](const OFCondition& c) {
     sound = false;
+    if (!deadlinePassed() && refusedByClosing(c)) return closedInsteadOf("C-GET", context);
     return answer(RetrieveOutcome::unknown, context.endpoint + (deadlinePassed() ? " did not finish the C-GET in time"
                                                                                   : " ended the C-GET (" +
                                                                                         std::string(c.text()) + ")") +

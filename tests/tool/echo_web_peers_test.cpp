@@ -233,7 +233,10 @@ TEST_F(EchoWebPeers, EveryAnswerTellsTheTruthAboutWebAndDicomPeers) {
   EXPECT_THAT(line("getEmpty", "127.0.0.1:"), HasSubstr("online; retrieve: unknown: "));
   EXPECT_EQ(line("moveKnown", "127.0.0.1:"), "127.0.0.1: online; query: yes; retrieve: yes");
   EXPECT_EQ(line("getKnown", "127.0.0.1:"), "127.0.0.1: online; retrieve: yes");
-  EXPECT_THAT(line("getRefused", "127.0.0.1:"), HasSubstr("online; retrieve: no: "));
+  EXPECT_THAT(line("getRefused", "127.0.0.1:"),
+              HasSubstr("online; retrieve: no: 127.0.0.1:" + a +
+                        " refused the C-GET: it closed the association instead of answering. It most likely does not "
+                        "allow AE title \"NOGET\" to retrieve"));
   EXPECT_THAT(line("moveStranger", "127.0.0.1:"),
               HasSubstr("online; retrieve: no: 127.0.0.1:" + b +
                         " refused the C-MOVE of an instance it holds (status 0xC000): most likely the peer does not "
