@@ -68,7 +68,11 @@ std::vector<Probed> echoNodes(const Options& options, const SelectorOptions& sel
     try {
       index = catalogue.selectOne(select.selector());
     } catch (const catalogue::CatalogueError& e) {
-      rethrowAsToolError(e);
+      // The catalogue names the AE-title selector --aet, which is echo's calling AE title.
+      std::string message = e.what();
+      if (const auto at = message.find("--aet "); !select.aet.empty() && at != std::string::npos)
+        message.replace(at, 6, "--node-aet ");
+      throw UsageError(message);
     }
     probed.push_back({index + 1, catalogue.node(index)});
     return probed;

@@ -127,17 +127,19 @@ TEST(TelvorNodesEcho, SelectorsProbeOneNodeAndBadUsageIsSaidOnce) {
   };
   const std::vector<Usage> usage{
       {"--index 1 --name Closed", "select at most one node"},
-      {"--index 3", "--index 3"},
-      {"--node-aet NOBODY", "NOBODY"},
+      {"--index 3", "no node --index 3"},
+      {"--node-aet NOBODY", "no node matches --node-aet \"NOBODY\""},
       {"--aet 'BACK\\SLASH'", "--aet \"BACK\\SLASH\" is not a valid AE title"},
       {"--aet SEVENTEEN-LETTERS", "--aet \"SEVENTEEN-LETTERS\" is not a valid AE title"},
   };
   for (const auto& u : usage) {
-    const auto run = echoCatalogue(dir, nodes, "--timeout 2 " + u.args);
+    // Without echoTool's own --aet.
+    const auto run = runShell(dir, kTool + " echo '" + (dir / "nodes.json").string() + "' --timeout 2 " + u.args);
     EXPECT_EQ(run.status, 2) << u.args << "\n" << run.out;
-    EXPECT_NE(run.out.find(u.said), std::string::npos) << u.args << "\n" << run.out;
     // Said once, and no node was probed.
-    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 1) << u.args << "\n" << run.out;
+    EXPECT_EQ(run.out.rfind("telvor-nodes: " + u.said, 0), 0u) << u.args << "\n" << run.out;
+    EXPECT_EQ(run.out.find("telvor-nodes:", 1), std::string::npos) << u.args << "\n" << run.out;
+    EXPECT_EQ(run.out.find(": o"), std::string::npos) << u.args << "\n" << run.out;
   }
   const auto noFile = echoTool(dir, "--timeout 2");
   EXPECT_EQ(noFile.status, 2) << noFile.out;

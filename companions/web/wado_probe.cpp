@@ -74,6 +74,17 @@ std::variant<std::string, WadoResult> trustedBundle(const std::vector<std::strin
   return bundle;
 }
 
+// `url` without user name and password; empty when it cannot be parsed.
+std::string withoutCredentials(const char* url) {
+  const Url parsed(curl_url());
+  if (!parsed) throw std::bad_alloc();
+  if (curl_url_set(parsed.get(), CURLUPART_URL, url, CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) return {};
+  curl_url_set(parsed.get(), CURLUPART_USER, nullptr, 0);
+  curl_url_set(parsed.get(), CURLUPART_PASSWORD, nullptr, 0);
+  curl_url_set(parsed.get(), CURLUPART_OPTIONS, nullptr, 0);
+  return urlPart(parsed.get(), CURLUPART_URL).value_or("");
+}
+
 bool isHttps(const std::string& root) { return root.rfind("https:", 0) == 0; }
 
 struct Request {
@@ -165,8 +176,9 @@ WadoResult run(const DicomNode& node, const WadoProbeOptions& options, std::chro
     if (curl_easy_getinfo(r.easy.get(), CURLINFO_CONTENT_TYPE, &text) == CURLE_OK && text != nullptr)
       answer.contentType = text;
     text = nullptr;
+    // libcurl writes the request's credentials into a redirect's URL: they are taken out.
     if (curl_easy_getinfo(r.easy.get(), CURLINFO_REDIRECT_URL, &text) == CURLE_OK && text != nullptr)
-      answer.location = text;
+      answer.location = withoutCredentials(text);
     answer.bodyStart = std::move(r.body);
     result = judgeAnswer(answer, address.root);
   } else {
