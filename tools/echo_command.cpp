@@ -44,6 +44,8 @@ std::vector<Probed> echoNodes(const Options& options, const SelectorOptions& sel
   requireCallingAeTitle(options.callingAeTitle);
   if (options.certificateFile.has_value() != options.privateKeyFile.has_value())
     throw UsageError("--cert and --key go together");
+  if ((options.listenPort || !options.acceptFrom.empty()) && !options.checkRetrieve)
+    throw UsageError("--listen-port and --accept-from go with --check-retrieve");
   if (options.host ? !options.calledAeTitle : (options.port || options.calledAeTitle))
     throw UsageError("an unsaved target takes --host and --aec (and --port, 104 by default)");
   if (options.host && options.input) throw UsageError("give either a catalogue or --host, not both");

@@ -127,6 +127,7 @@ TEST(TelvorNodesEcho, SelectorsProbeOneNodeAndBadUsageIsSaidOnce) {
   };
   const std::vector<Usage> usage{
       {"--index 1 --name Closed", "select at most one node"},
+      {"--listen-port 11113", "--listen-port and --accept-from go with --check-retrieve"},
       {"--index 3", "no node --index 3"},
       {"--node-aet NOBODY", "no node matches --node-aet \"NOBODY\""},
       {"--aet 'BACK\\SLASH'", "--aet \"BACK\\SLASH\" is not a valid AE title"},
