@@ -100,7 +100,7 @@ std::set<std::string> trustedAddresses(int fd, const std::vector<std::string>& n
 
 StorageListener::StorageListener(std::uint16_t port, std::set<std::string> allowed, std::string instanceUid,
                                  std::uint64_t maxBytes, Deadline deadline)
-    : net_(new Net), port_(port), allowed_(std::move(allowed)), instanceUid_(std::move(instanceUid)),
+    : net_(std::make_unique<Net>()), port_(port), allowed_(std::move(allowed)), instanceUid_(std::move(instanceUid)),
       maxBytes_(maxBytes), deadline_(deadline) {
   if (const OFCondition c = ASC_initializeNetwork(NET_ACCEPTOR, port_, secondsLeft(deadline_), &net_->network);
       c.bad()) {
@@ -118,7 +118,6 @@ StorageListener::StorageListener(std::uint16_t port, std::set<std::string> allow
 StorageListener::~StorageListener() {
   stop();
   if (net_->network != nullptr) ASC_dropNetwork(&net_->network);
-  delete net_;
 }
 
 void StorageListener::stop() {

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 #include <cstdint>
 #include <mutex>
 #include <set>
@@ -44,7 +45,7 @@ class StorageListener {
   void refuse(std::string what);
 
   struct Net;
-  Net* net_ = nullptr;
+  std::unique_ptr<Net> net_;
   std::uint16_t port_;
   std::set<std::string> allowed_;
   std::string instanceUid_;
