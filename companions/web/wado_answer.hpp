@@ -19,7 +19,7 @@ struct HttpAnswer {
 WadoResult judgeAnswer(const HttpAnswer& answer, std::string_view root);
 
 // A transfer that ended without an answer. `osError` is the connection's errno;
-// `certificateVerified` whether the chain was verified (a failed check is then the name).
+// `certificateChainFailed`: the chain did not verify (otherwise a failed check is the name).
 struct TransferFailure {
   int code = 0;  // CURLcode
   int osError = 0;

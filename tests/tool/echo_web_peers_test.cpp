@@ -42,10 +42,10 @@ int shell(const std::string& command) {
 
 // A web node of the catalogue: retrieve mode WADO, DICOM port Orthanc's.
 json::object webNode(const std::string& name, std::uint16_t dicomPort, std::uint16_t wadoPort, const std::string& url,
-                     const std::string& password, bool https) {
+                     const std::string& password, bool https, const std::string& address = "127.0.0.1") {
   return {{"aetitle", "ORTHANC"},
           {"name", name},
-          {"address", "127.0.0.1"},
+          {"address", address},
           {"port", std::to_string(dicomPort)},
           {"transferSyntax", 2},
           {"retrieveMode", 2},
@@ -146,6 +146,8 @@ TEST_F(EchoWebPeers, EveryAnswerTellsTheTruthAboutWebAndDicomPeers) {
       webNode("no-service", dicomA, httpA, "/no-such-service", kPassword, false),
       webNode("closed-port", dicomA, closed, "/dicom-web", kPassword, false),
       webNode("https", dicomA, tls, "/dicom-web", kPassword, true),
+      // The certificate names 127.0.0.1 only.
+      webNode("https-by-name", dicomA, tls, "/dicom-web", kPassword, true, "localhost"),
   };
   std::ofstream(path("web.json")) << json::serialize(nodes);
 
@@ -176,6 +178,7 @@ TEST_F(EchoWebPeers, EveryAnswerTellsTheTruthAboutWebAndDicomPeers) {
       {"after",
        {{"web", args({"echo", text("web.json"), "--timeout", "20", "--jobs", "5"})},
         {"webTrusted", args({"echo", text("web.json"), "--name", "https", "--ca-file", text("server.pem"), "--json"})},
+        {"webByName", args({"echo", text("web.json"), "--name", "https-by-name", "--ca-file", text("server.pem")})},
         {"queryStranger", dicom(a, {"--aet", "STRANGER", "--check-find"})},
         {"moveKnown", dicom(a, {"--aet", "TELVOR", "--check-find", "--check-retrieve", "--listen-port", port})},
         {"getKnown", dicom(a, {"--aet", "TELVOR", "--check-retrieve"})},
@@ -196,8 +199,9 @@ TEST_F(EchoWebPeers, EveryAnswerTellsTheTruthAboutWebAndDicomPeers) {
   for (const auto& [name, run] : session.at("runs").as_object())
     out[name] = std::string(run.at("out").as_string()) + std::string(run.at("err").as_string());
   const auto line = [&](const std::string& run, const std::string& start) {
-    const std::string& all = out[run];
-    const auto at = all.find(start);
+    const std::string all = "\n" + out[run];  // lines are found by their start
+    auto at = all.find("\n" + start);
+    if (at != std::string::npos) ++at;
     return at == std::string::npos ? "(no line " + start + " in:\n" + all + ")" : all.substr(at, all.find('\n', at) - at);
   };
 
@@ -214,6 +218,9 @@ TEST_F(EchoWebPeers, EveryAnswerTellsTheTruthAboutWebAndDicomPeers) {
                         "/dicom-web refused: nothing listens on that port"));
   EXPECT_THAT(line("web", "https:"), HasSubstr("offline: The certificate of https://127.0.0.1:" +
                                                std::to_string(tls) + "/dicom-web is not trusted"));
+  EXPECT_THAT(line("webByName", "https-by-name:"),
+              HasSubstr("offline: The certificate of https://localhost:" + std::to_string(tls) +
+                        "/dicom-web was issued for another host name"));
   EXPECT_THAT(out["webTrusted"], HasSubstr("\"title\": \"online\""));
   EXPECT_THAT(out["webTrusted"], HasSubstr("\"via\": \"http\""));
   for (const auto& [name, text] : out) {
