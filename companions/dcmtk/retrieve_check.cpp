@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -151,11 +152,9 @@ RetrieveAnswer closedInsteadOf(const char* service, const EchoContext& context) 
 // C-MOVE checks on one port take turns: only one listener can have it.
 std::timed_mutex& portTurn(std::uint16_t port) {
   static std::mutex guard;
-  static std::array<std::unique_ptr<std::timed_mutex>, 65536> turns;
+  static std::map<std::uint16_t, std::timed_mutex> turns;  // never shrinks: a mutex per port used
   const std::lock_guard lock(guard);
-  auto& turn = turns[port];
-  if (!turn) turn = std::make_unique<std::timed_mutex>();
-  return *turn;
+  return turns[port];
 }
 
 RetrieveAnswer move(T_ASC_Association& association, const RetrieveCheck& check, const EchoContext& context,

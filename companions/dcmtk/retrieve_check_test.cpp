@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "telvor/dcmtk/echo.hpp"
 #include "testing/local_peers.hpp"
 
@@ -93,6 +95,16 @@ TEST_F(RetrieveCheckAgainstDcmqrscp, TheListenerTakesOnlyThePeersAddressAndBound
   const RetrieveAnswer got = retrieve("127.0.0.1", "ARCHIVE", "TELVOR", tinyGet);
   EXPECT_NE(got.outcome, RetrieveOutcome::yes) << got.reason;
   EXPECT_THAT(got.reason, HasSubstr("larger than 64 bytes"));
+}
+
+// Two C-MOVE checks on one listening port at once take turns rather than fail to listen.
+TEST_F(RetrieveCheckAgainstDcmqrscp, MoveChecksOnOnePortTakeTurns) {
+  RetrieveAnswer first, second;
+  std::thread other([&] { first = retrieve("127.0.0.1", "ARCHIVE", "TELVOR", move()); });
+  second = retrieve("127.0.0.1", "ARCHIVE", "TELVOR", move());
+  other.join();
+  EXPECT_EQ(first.outcome, RetrieveOutcome::yes) << first.reason;
+  EXPECT_EQ(second.outcome, RetrieveOutcome::yes) << second.reason;
 }
 
 }  // namespace
