@@ -6,8 +6,9 @@
 #   <prefix>/include/telvor/plist/...
 #   <prefix>/<libdir>/libtelvor*.so|.a
 #   <prefix>/include/telvor/dcmtk/...          (when the DCMTK companion is built)
+#   <prefix>/include/telvor/web/...            (when the web companion is built)
 #   <prefix>/include/telvor/qt/...             (when the Qt module is built)
-#   <prefix>/<libdir>/cmake/Telvor/            find_package(Telvor [COMPONENTS json plist dcmtk qt])
+#   <prefix>/<libdir>/cmake/Telvor/            find_package(Telvor [COMPONENTS json plist web dcmtk qt])
 #   <prefix>/<libdir>/pkgconfig/telvor*.pc     telvor, telvor-json, telvor-plist, telvor-qt
 #
 # Each format is an optional component with an export set of its own, so a package
