@@ -193,9 +193,10 @@ cmd_demo() {
 cmd_bench() {
   deps
   local dir=$BUILD_ROOT/bench
-  # The tool is built too: the benchmarks measure the peak memory of its conversions.
+  # The tool is built too, with its probes: the benchmarks measure the peak memory of its
+  # conversions and the time of its echo.
   configure "$dir" -DCMAKE_CXX_COMPILER="${CXX:-g++}" -DCMAKE_BUILD_TYPE=Release -DTELVOR_BUILD_BENCH=ON \
-    -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=ON -DTELVOR_BUILD_DCMTK=OFF -DTELVOR_BUILD_QT=OFF
+    -DTELVOR_BUILD_TESTS=OFF -DTELVOR_BUILD_TOOLS=ON -DTELVOR_BUILD_DCMTK=ON -DTELVOR_BUILD_QT=OFF
   build "$dir"
   "$dir/bench/telvor-bench" "$@"
 }

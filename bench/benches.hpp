@@ -30,6 +30,10 @@ class SummaryReporter;
 // largest catalogue (as counters of "memory/WAY/N"). Says what it runs on `log`.
 void measurePlistBaselines(SummaryReporter& reporter, std::ostream& log);
 
+// The wall time of `telvor-nodes echo` over a mixed catalogue of 500 nodes, most of them
+// unreachable, with --jobs 64 (as counters of "echo/mixed/500"). Says what it runs on `log`.
+void measureEchoDeadline(SummaryReporter& reporter, std::ostream& log);
+
 // Decodes and encodes a catalogue every way and checks that all ways agree: the same
 // nodes out of the same text, the same text out of the same nodes. Returns a description
 // of the first disagreement, or the empty text.

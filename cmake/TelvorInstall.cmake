@@ -6,8 +6,9 @@
 #   <prefix>/include/telvor/plist/...
 #   <prefix>/<libdir>/libtelvor*.so|.a
 #   <prefix>/include/telvor/dcmtk/...          (when the DCMTK companion is built)
+#   <prefix>/include/telvor/web/...            (when the web companion is built)
 #   <prefix>/include/telvor/qt/...             (when the Qt module is built)
-#   <prefix>/<libdir>/cmake/Telvor/            find_package(Telvor [COMPONENTS json plist dcmtk qt])
+#   <prefix>/<libdir>/cmake/Telvor/            find_package(Telvor [COMPONENTS json plist web dcmtk qt])
 #   <prefix>/<libdir>/pkgconfig/telvor*.pc     telvor, telvor-json, telvor-plist, telvor-qt
 #
 # Each format is an optional component with an export set of its own, so a package
@@ -77,7 +78,8 @@ set(_telvor_folder_json formats/json)
 set(_telvor_folder_plist formats/plist)
 set(_telvor_folder_dcmtk companions/dcmtk)
 set(_telvor_folder_qt companions/qt)
-foreach(_telvor_format IN ITEMS json plist dcmtk qt)
+set(_telvor_folder_web companions/web)
+foreach(_telvor_format IN ITEMS json plist web dcmtk qt)
   if(TARGET telvor_${_telvor_format})
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/${_telvor_folder_${_telvor_format}}/telvor/${_telvor_format}/
       DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/telvor/${_telvor_format}

@@ -15,7 +15,9 @@ namespace telvor::tool {
 
 int runConvert(const Options& options);
 int runVersion();
-int runEcho(const Options& options);
+struct SelectorOptions;
+// `echo` of the catalogue's nodes, or of the one node `select` names when it names one.
+int runEcho(const Options& options, const SelectorOptions& select);
 
 // The catalogue in FILE ("-": standard input), or the bundled sample catalogue when no
 // file is named. Throws InputError.

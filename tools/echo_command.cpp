@@ -10,6 +10,8 @@
 #include <boost/json/object.hpp>
 
 #include "commands.hpp"
+#include "selector_options.hpp"
+#include "telvor/node/node_validation.hpp"
 #include "support/checked_output.hpp"
 #include "support/terminal_text.hpp"
 #include "telvor/dcmtk/node_probe.hpp"
@@ -22,22 +24,64 @@ namespace {
 // Fewer nodes than this finish before a progress line would help.
 constexpr std::size_t kProgressFromNodes = 4;
 
-// The nodes of FILE, the unsaved target of --host, or the bundled sample catalogue.
-std::vector<DicomNode> echoNodes(const Options& options) {
+// Each node to probe with its 1-based position in the catalogue (0 for --host's).
+struct Probed {
+  std::size_t position;
+  DicomNode node;
+};
+
+void requireCallingAeTitle(const std::string& title) {
+  DicomNode self;
+  self.aetitle = title;
+  for (const auto& problem : validate(self))
+    if (problem.code <= NodeProblemCode::aetitleInvalidCharacter)
+      throw UsageError("--aet \"" + escapeForTerminal(title) +
+                       "\" is not a valid AE title: 1 to 16 printable ASCII characters, no backslash");
+}
+
+// The nodes of FILE (all, or the one a selector names), or the unsaved target of --host.
+std::vector<Probed> echoNodes(const Options& options, const SelectorOptions& select) {
+  requireCallingAeTitle(options.callingAeTitle);
   if (options.certificateFile.has_value() != options.privateKeyFile.has_value())
     throw UsageError("--cert and --key go together");
+  if ((options.listenPort || !options.acceptFrom.empty()) && !options.checkRetrieve)
+    throw UsageError("--listen-port and --accept-from go with --check-retrieve");
   if (options.host ? !options.calledAeTitle : (options.port || options.calledAeTitle))
     throw UsageError("an unsaved target takes --host and --aec (and --port, 104 by default)");
   if (options.host && options.input) throw UsageError("give either a catalogue or --host, not both");
+  const std::size_t selectors = (select.index ? 1 : 0) + (select.id ? 1 : 0) + select.name.size() + select.aet.size();
+  if (selectors > 1) throw UsageError("select at most one node with --index N, --name TEXT, --node-aet TEXT or --id UUID");
   if (options.host) {
+    if (selectors > 0) throw UsageError("a selector chooses a node of a catalogue, not of --host");
     DicomNode node;
     node.name = *options.host;
     node.address = *options.host;
     node.port = options.port.value_or("104");
     node.aetitle = options.calledAeTitle;
-    return {node};
+    if (options.checkRetrieve) node.retrieveMode = options.listenPort ? RetrieveModeType::cmove : RetrieveModeType::cget;
+    return {{0, node}};
   }
-  return readCatalogue(options.input, options.maxInputBytes).nodes();
+  if (!options.input)
+    throw UsageError("echo needs a catalogue: give FILE (\"-\" reads standard input), or --host and --aec for one peer");
+  const auto catalogue = readCatalogue(options.input, options.maxInputBytes);
+  std::vector<Probed> probed;
+  if (selectors == 1) {
+    std::size_t index = 0;
+    try {
+      index = catalogue.selectOne(select.selector());
+    } catch (const catalogue::CatalogueError& e) {
+      // The catalogue names the AE-title selector --aet, which is echo's calling AE title.
+      std::string message = e.what();
+      if (const auto at = message.find("--aet "); !select.aet.empty() && at != std::string::npos)
+        message.replace(at, 6, "--node-aet ");
+      throw UsageError(message);
+    }
+    probed.push_back({index + 1, catalogue.node(index)});
+    return probed;
+  }
+  const auto& nodes = catalogue.nodes();
+  for (std::size_t i = 0; i < nodes.size(); ++i) probed.push_back({i + 1, nodes[i]});
+  return probed;
 }
 
 dcmtk::ProbeOptions probeOptions(const Options& options) {
@@ -46,6 +90,9 @@ dcmtk::ProbeOptions probeOptions(const Options& options) {
   // The options hold the timeout to (0, 3600] seconds.
   probe.timeout = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(options.timeoutSeconds * 1000)));
   probe.checkFind = options.checkFind;
+  probe.checkRetrieve = options.checkRetrieve;
+  probe.listenPort = options.listenPort.value_or(0);
+  probe.acceptFrom = options.acceptFrom;
   probe.trustedCertificateFiles = options.trustedCertificateFiles;
   probe.trustedCertificateDirectories = options.trustedCertificateDirectories;
   if (options.certificateFile && options.privateKeyFile) {
@@ -82,14 +129,33 @@ class ProgressLine {
   bool shown_;
 };
 
+// A check's answer in the JSON document: {"title", "reason"}, or null when not asked.
+template <class Answer>
+boost::json::value answerDocument(const std::optional<Answer>& answer) {
+  if (!answer) return nullptr;
+  return boost::json::object{{"answered", answer->answered()},
+                             {"title", dcmtk::title(answer->outcome)},
+                             {"reason", answer->reason}};
+}
+
+template <class Answer>
+void appendAnswer(std::string& out, std::string_view check, const std::optional<Answer>& answer) {
+  if (!answer) return;
+  out += "; " + std::string(check) + ": " + std::string(dcmtk::title(answer->outcome));
+  if (!answer->reason.empty()) out += ": " + escapeForTerminal(answer->reason);
+}
+
 }  // namespace
 
 // One line per node: "NAME: online", or "NAME: offline: REASON" / "NAME: unknown: REASON";
-// with --check-find an answered node adds "; query: yes" or "; query: refused: REASON".
-// With --json, one document (docs/CLI.md). Exit status 0 when every node is online, 1
-// otherwise.
-int runEcho(const Options& options) {
-  const auto nodes = echoNodes(options);
+// with --check-find an answered node adds "; query: yes" or "; query: refused: REASON",
+// with --check-retrieve "; retrieve: yes|no|unknown[: REASON]". With --json, one document
+// (docs/CLI.md). Exit status 0 when every node is online, 1 otherwise.
+int runEcho(const Options& options, const SelectorOptions& select) {
+  const auto probed = echoNodes(options, select);
+  std::vector<DicomNode> nodes;
+  nodes.reserve(probed.size());
+  for (const auto& p : probed) nodes.push_back(p.node);
   auto probe = probeOptions(options);
   std::vector<dcmtk::EchoResult> results;
   {
@@ -102,29 +168,26 @@ int runEcho(const Options& options) {
   std::string out;
   for (std::size_t i = 0; i < nodes.size(); ++i) {
     const DicomNodeStatus status = dcmtk::toStatus(results[i]);
-    const auto& query = results[i].query;
     allOnline = allOnline && results[i].answered();
+    const bool web = nodes[i].retrieveMode == RetrieveModeType::wado;
     if (options.json) {
-      boost::json::object entry{{"index", i + 1},
+      boost::json::object entry{{"index", probed[i].position},
                                 {"status", json::toDocument(status)},
                                 {"title", status.title()},
+                                {"via", web ? "http" : "dicom"},
                                 {"elapsedMs", results[i].elapsed.count()}};
       entry["name"] = nodes[i].name ? boost::json::value(*nodes[i].name) : boost::json::value(nullptr);
-      if (options.checkFind)
-        entry["query"] = query ? boost::json::value(boost::json::object{{"answered", query->answered()},
-                                                                        {"title", dcmtk::title(query->outcome)},
-                                                                        {"reason", query->reason}})
-                               : boost::json::value(nullptr);
+      if (options.checkFind) entry["query"] = answerDocument(results[i].query);
+      if (options.checkRetrieve) entry["retrieve"] = answerDocument(results[i].retrieve);
       report.push_back(std::move(entry));
       continue;
     }
-    const auto label = nodes[i].name ? escapeForTerminal(*nodes[i].name) : "node " + std::to_string(i + 1);
+    const auto label = nodes[i].name ? escapeForTerminal(*nodes[i].name)
+                                     : "node " + std::to_string(probed[i].position);
     out += label + ": " + std::string(status.title());
     if (!status.reason().empty()) out += ": " + escapeForTerminal(status.reason());
-    if (query) {
-      out += "; query: " + std::string(dcmtk::title(query->outcome));
-      if (!query->reason.empty()) out += ": " + escapeForTerminal(query->reason);
-    }
+    appendAnswer(out, "query", results[i].query);
+    appendAnswer(out, "retrieve", results[i].retrieve);
     out += '\n';
   }
   if (options.json)

@@ -4,6 +4,6 @@
 
 namespace telvor::tool {
 
-int runEcho(const Options&) { throw UsageError("echo needs the DCMTK companion, which this build lacks"); }
+int runEcho(const Options&, const SelectorOptions&) { throw UsageError("echo needs the DCMTK companion, which this build lacks"); }
 
 }  // namespace telvor::tool

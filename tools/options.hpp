@@ -31,6 +31,11 @@ struct Options {
   std::vector<std::string> trustedCertificateFiles;        // --ca-file, repeatable
   std::vector<std::string> trustedCertificateDirectories;  // --ca-dir, repeatable
   bool checkFind = false;
+  // --check-retrieve: a real retrieve after the echo; C-MOVE sends to --listen-port, where
+  // only the probed peers' addresses (and those of --accept-from) may deliver.
+  bool checkRetrieve = false;
+  std::optional<std::uint16_t> listenPort;
+  std::vector<std::string> acceptFrom;
   // An unsaved target instead of a catalogue: --host, --port (default 104), --aec.
   std::optional<std::string> host;
   std::optional<std::string> port;

@@ -13,6 +13,7 @@
 #include "echo_environment.hpp"
 #include "echo_reasons.hpp"
 #include "query_check.hpp"
+#include "retrieve_check.hpp"
 #include "socket_handover.hpp"
 #include "telvor/dcmtk/tls_profile_conversion.hpp"
 #include "telvor/vocabulary/transfer_syntax.hpp"
@@ -183,7 +184,8 @@ EchoResult run(const EchoTarget& target, std::string_view callingAeTitle, const 
   if (c.good()) c = ASC_setTransportLayerType(session.params, target.tls ? OFTrue : OFFalse);
   if (c.good()) c = ASC_setPresentationAddresses(session.params, "localhost", handover.address().c_str());
   if (c.good()) c = propose(session.params, 1, UID_VerificationSOPClass);
-  if (c.good() && options.checkFind) c = propose(session.params, 3, kStudyRootFind);
+  if (c.good() && (options.checkFind || options.retrieve)) c = propose(session.params, 3, kStudyRootFind);
+  if (c.good() && options.retrieve) c = proposeRetrieve(session.params, *options.retrieve, 5);
   if (c.bad()) return localFailure("Cannot prepare the association", c);
 
   auto connection = connectBefore(target, deadline, context.timeoutText);
@@ -221,6 +223,11 @@ EchoResult run(const EchoTarget& target, std::string_view callingAeTitle, const 
   if (options.checkFind)
     answered.query = checkQuery(*session.association, context, [&] { return secondsUntil(deadline); },
                                 [&] { return watchdog.fired(); }, sound);
+  if (options.retrieve)
+    answered.retrieve = sound ? checkRetrieve(*session.association, *options.retrieve, context, peer.fd(), deadline,
+                                              [&] { return watchdog.fired(); }, sound)
+                              : RetrieveAnswer{RetrieveOutcome::unknown,
+                                               "The association ended with the query check, before retrieving."};
   // The answer is in; a release that goes wrong changes nothing about it.
   endAssociation(session.association, sound);
   return answered;
@@ -240,6 +247,18 @@ std::string_view title(QueryOutcome outcome) noexcept {
   return "failed";
 }
 
+std::string_view title(RetrieveOutcome outcome) noexcept {
+  switch (outcome) {
+    case RetrieveOutcome::yes:
+      return "yes";
+    case RetrieveOutcome::no:
+      return "no";
+    case RetrieveOutcome::unknown:
+      break;
+  }
+  return "unknown";
+}
+
 EchoResult echo(const EchoTarget& target, std::string_view callingAeTitle, const EchoOptions& options) {
   const auto start = Clock::now();
   if (auto invalid = checkTarget(target, callingAeTitle)) return std::move(*invalid);
@@ -252,7 +271,7 @@ EchoResult echo(const EchoTarget& target, std::string_view callingAeTitle, const
 }
 
 EchoResult echo(const EchoTarget& target, std::string_view callingAeTitle, std::chrono::milliseconds timeout) {
-  return echo(target, callingAeTitle, EchoOptions{timeout, false});
+  return echo(target, callingAeTitle, EchoOptions{timeout, false, std::nullopt});
 }
 
 }  // namespace telvor::dcmtk

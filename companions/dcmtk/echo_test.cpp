@@ -31,7 +31,7 @@ struct Timed {
   EchoResult result;
   std::chrono::steady_clock::duration elapsed;
 };
-Timed timedEcho(const EchoTarget& target, EchoOptions options = {kTimeout, false}) {
+Timed timedEcho(const EchoTarget& target, EchoOptions options = {kTimeout, false, std::nullopt}) {
   const auto start = std::chrono::steady_clock::now();
   EchoResult result = echo(target, "TELVOR-TEST", options);
   return {std::move(result), std::chrono::steady_clock::now() - start};
@@ -169,7 +169,7 @@ TEST_F(EchoOverTcp, APeerThatTricklesBytesIsCutOffAtTheDeadline) {
   for (const auto& c : cases) {
     TricklingPeer peer(c.header);
     ASSERT_TRUE(peer.ready());
-    const Timed t = timedEcho({"127.0.0.1", peer.port(), "ARCHIVE", c.tls}, {2s, true});
+    const Timed t = timedEcho({"127.0.0.1", peer.port(), "ARCHIVE", c.tls}, {2s, true, std::nullopt});
     EXPECT_EQ(t.result.outcome, EchoOutcome::timedOut) << c.label << ": " << t.result.reason;
     EXPECT_THAT(t.result.reason, HasSubstr("did not answer the association request within 2 s")) << c.label;
     EXPECT_FALSE(t.result.query) << c.label;
@@ -204,15 +204,15 @@ TEST_F(EchoOverTcp, TheQueryCheckTellsDcmqrscpWhichAnswersFromStorescpWhichRefus
   ServerProcess archive = startDcmqrscp(dir, "ARCHIVE");
   ServerProcess store({findProgram("storescp"), "-od", dir.path().string()}, dir / "storescp.log");
   ASSERT_TRUE(archive.ready() && store.ready());
-  const EchoResult answered = echo(localTarget(archive.port(), "ARCHIVE"), "TELVOR-TEST", EchoOptions{5s, true});
+  const EchoResult answered = echo(localTarget(archive.port(), "ARCHIVE"), "TELVOR-TEST", EchoOptions{5s, true, std::nullopt});
   ASSERT_TRUE(answered.answered() && answered.query) << answered.reason;
   EXPECT_EQ(answered.query->outcome, QueryOutcome::answered) << answered.query->reason;
   EXPECT_EQ(title(answered.query->outcome), "yes");
-  const EchoResult refused = echo(localTarget(store.port(), "STORESCP"), "TELVOR-TEST", EchoOptions{5s, true});
+  const EchoResult refused = echo(localTarget(store.port(), "STORESCP"), "TELVOR-TEST", EchoOptions{5s, true, std::nullopt});
   ASSERT_TRUE(refused.answered() && refused.query) << refused.reason;
   EXPECT_EQ(refused.query->outcome, QueryOutcome::refused);
   EXPECT_THAT(refused.query->reason,
-              HasSubstr(endpoint(store.port()) + " does not offer Study Root C-FIND to this application"));
+              HasSubstr(endpoint(store.port()) + " does not offer Study Root C-FIND to AE title \"TELVOR-TEST\""));
 }
 
 TEST(EchoTargetCheck, UnusableTargetsAreNotAttempted) {

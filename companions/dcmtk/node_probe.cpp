@@ -8,6 +8,9 @@
 #include <thread>
 
 #include "telvor/node/node_validation.hpp"
+#ifdef TELVOR_DCMTK_WEB
+#include "telvor/web/wado_probe.hpp"
+#endif
 
 namespace telvor::dcmtk {
 namespace {
@@ -63,7 +66,88 @@ void forEachIndex(std::size_t count, unsigned jobs, Work work) {
   if (failure) std::rethrow_exception(failure);
 }
 
-EchoOptions echoOptions(const ProbeOptions& options) { return {options.timeout, options.checkFind}; }
+EchoOptions echoOptions(const ProbeOptions& options, const DicomNode& node) {
+  EchoOptions echo{options.timeout, options.checkFind, std::nullopt};
+  if (options.checkRetrieve)
+    echo.retrieve = RetrieveCheck{node.retrieveMode == RetrieveModeType::cmove, options.listenPort, options.acceptFrom};
+  return echo;
+}
+
+bool isWebNode(const DicomNode& node) { return node.retrieveMode == RetrieveModeType::wado; }
+
+#ifdef TELVOR_DCMTK_WEB
+using WebProbe = web::WadoProbeOptions;
+
+EchoOutcome fromWeb(web::WadoOutcome outcome) {
+  using W = web::WadoOutcome;
+  switch (outcome) {
+    case W::answered: return EchoOutcome::answered;
+    case W::notAttempted: return EchoOutcome::notAttempted;
+    case W::localSetupFailed: return EchoOutcome::localSetupFailed;
+    case W::credentialsRefused:
+    case W::forbidden: return EchoOutcome::serviceRefused;
+    case W::noService:
+    case W::notDicomWeb:
+    case W::serviceError: return EchoOutcome::serviceMissing;
+    case W::certificateNotTrusted:
+    case W::certificateNameMismatch:
+    case W::tlsFailed: return EchoOutcome::tlsHandshakeFailed;
+    case W::connectionRefused: return EchoOutcome::connectionRefused;
+    case W::unreachable: return EchoOutcome::connectionFailed;
+    case W::addressNotFound: return EchoOutcome::addressNotFound;
+    case W::timedOut: return EchoOutcome::timedOut;
+    case W::connectionClosed: return EchoOutcome::connectionClosed;
+  }
+  return EchoOutcome::protocolError;
+}
+
+// The web probe's settings for a node; the client certificate is looked up here, on the
+// calling thread, as for DICOM nodes.
+std::variant<WebProbe, EchoResult> webProbe(const DicomNode& node, const ProbeOptions& options) {
+  WebProbe probe{options.timeout, options.trustedCertificateFiles, options.trustedCertificateDirectories, std::nullopt};
+  if (node.tlsSettings && node.tlsSettings->authenticateWithCertificate && options.certificateFor)
+    if (auto files = options.certificateFor(node.tlsCertificateID(options.applicationIdentifier)))
+      probe.clientCertificate = web::ClientCertificate{files->certificateFile, files->privateKeyFile};
+  return probe;
+}
+
+EchoResult runWeb(const DicomNode& node, const WebProbe& probe) {
+  const web::WadoResult web = web::probeWado(node, probe);
+  EchoResult result{fromWeb(web.outcome), web.reason};
+  result.elapsed = web.elapsed;
+  return result;
+}
+#else
+struct WebProbe {};
+
+std::variant<WebProbe, EchoResult> webProbe(const DicomNode&, const ProbeOptions&) {
+  return EchoResult{EchoOutcome::notAttempted,
+                    "The node is retrieved over WADO, and this build cannot probe web services (it was built "
+                    "without libcurl); a C-ECHO would not tell whether WADO works."};
+}
+
+EchoResult runWeb(const DicomNode&, const WebProbe&) { return {}; }
+#endif
+
+// What probing one node takes: a DICOM target, a web probe, or the result already known.
+using Job = std::variant<EchoTarget, WebProbe, EchoResult>;
+
+Job prepare(const DicomNode& node, const ProbeOptions& options) {
+  if (isWebNode(node)) {
+    auto probe = webProbe(node, options);
+    if (auto* result = std::get_if<EchoResult>(&probe)) return std::move(*result);
+    return std::get<WebProbe>(std::move(probe));
+  }
+  auto target = echoTarget(node, options);
+  if (auto* result = std::get_if<EchoResult>(&target)) return std::move(*result);
+  return std::get<EchoTarget>(std::move(target));
+}
+
+EchoResult runJob(const Job& job, const DicomNode& node, const ProbeOptions& options) {
+  if (const auto* result = std::get_if<EchoResult>(&job)) return *result;
+  if (const auto* web = std::get_if<WebProbe>(&job)) return runWeb(node, *web);
+  return echo(std::get<EchoTarget>(job), options.callingAeTitle, echoOptions(options, node));
+}
 
 }  // namespace
 
@@ -88,21 +172,18 @@ std::variant<EchoTarget, EchoResult> echoTarget(const DicomNode& node, const Pro
 }
 
 EchoResult echoNode(const DicomNode& node, const ProbeOptions& options) {
-  auto target = echoTarget(node, options);
-  if (auto* result = std::get_if<EchoResult>(&target)) return std::move(*result);
-  return echo(std::get<EchoTarget>(target), options.callingAeTitle, echoOptions(options));
+  return runJob(prepare(node, options), node, options);
 }
 
 std::vector<EchoResult> echoNodes(std::span<const DicomNode> nodes, const ProbeOptions& options, unsigned jobs) {
-  std::vector<std::variant<EchoTarget, EchoResult>> targets;
-  targets.reserve(nodes.size());
-  for (const auto& node : nodes) targets.push_back(echoTarget(node, options));
+  std::vector<Job> work;
+  work.reserve(nodes.size());
+  for (const auto& node : nodes) work.push_back(prepare(node, options));
 
   std::vector<EchoResult> results(nodes.size());
   std::mutex reporting;
   forEachIndex(nodes.size(), jobs, [&](std::size_t i) {
-    if (auto* result = std::get_if<EchoResult>(&targets[i])) results[i] = std::move(*result);
-    else results[i] = echo(std::get<EchoTarget>(targets[i]), options.callingAeTitle, echoOptions(options));
+    results[i] = runJob(work[i], nodes[i], options);
     if (options.onResult) {
       const std::lock_guard lock(reporting);
       options.onResult(i, results[i]);

@@ -236,3 +236,41 @@ TEST(ProbeStatus, ProbeAllGivesEachNodesStatusInOrder) {
 
 }  // namespace
 }  // namespace telvor::dcmtk
+
+namespace telvor::dcmtk {
+namespace {
+
+// A WADO node whose DICOM port answers C-ECHO but whose web service is missing is offline:
+// it is probed at its web service, never by C-ECHO.
+TEST(ProbeDispatch, WadoNodesAreProbedAtTheirWebServiceNotTheirDicomPort) {
+  if (findProgram("storescp").empty()) GTEST_SKIP() << "storescp is not installed";
+  TempDir dir;
+  ServerProcess scp({findProgram("storescp"), "-od", dir.path().string()}, dir / "storescp.log");
+  ASSERT_TRUE(scp.ready());
+  DicomNode web = node("127.0.0.1", std::to_string(scp.port()), "STORESCP");
+  web.retrieveMode = RetrieveModeType::wado;
+  web.wadoSettings.url = "/dicom-web";
+  web.wadoSettings.port = freePort();
+  DicomNode noUrl = web;
+  noUrl.wadoSettings.url.reset();
+  DicomNode dicom = web;
+  dicom.retrieveMode = RetrieveModeType::cmove;
+  ProbeOptions o = options();
+  o.checkFind = true;
+  o.checkRetrieve = true;
+  const auto results = echoNodes(std::vector<DicomNode>{web, noUrl, dicom}, o, 3);
+#ifdef TELVOR_DCMTK_TESTS_WEB
+  EXPECT_EQ(results[0].outcome, EchoOutcome::connectionRefused) << results[0].reason;
+  EXPECT_THAT(results[0].reason, HasSubstr("http://127.0.0.1:" + std::to_string(*web.wadoSettings.port) + "/dicom-web"));
+  EXPECT_THAT(results[1].reason, HasSubstr("no WADO URL"));
+#else
+  EXPECT_THAT(results[0].reason, HasSubstr("cannot probe web services"));
+#endif
+  EXPECT_EQ(toStatus(results[1]).title(), "unknown");
+  EXPECT_FALSE(results[0].query || results[0].retrieve);
+  EXPECT_EQ(results[2].outcome, EchoOutcome::answered) << results[2].reason;
+  EXPECT_TRUE(results[2].query && results[2].retrieve);
+}
+
+}  // namespace
+}  // namespace telvor::dcmtk

@@ -37,6 +37,8 @@ std::string statusText(unsigned status) {
   return code;
 }
 
+std::string callingTitle(const EchoContext& context) { return "\"" + std::string(context.callingAeTitle) + "\""; }
+
 void ignoreMatches(void*, T_DIMSE_C_FindRQ*, int, T_DIMSE_C_FindRSP*, DcmDataset*) {}
 
 QueryAnswer answer(QueryOutcome outcome, std::string reason) { return {outcome, std::move(reason)}; }
@@ -48,9 +50,10 @@ QueryAnswer checkQuery(T_ASC_Association& association, const EchoContext& contex
                        bool& sound) {
   const T_ASC_PresentationContextID id = ASC_findAcceptedPresentationContextID(&association, kStudyRootFind);
   if (id == 0)
-    return answer(QueryOutcome::refused, context.endpoint +
-                                             " does not offer Study Root C-FIND to this application (it did not "
-                                             "accept the query service when the association was set up).");
+    return answer(QueryOutcome::refused, context.endpoint + " does not offer Study Root C-FIND to AE title " +
+                                             callingTitle(context) +
+                                             " (it did not accept the query service when the association was set "
+                                             "up): the peer may not know this AE title as one allowed to query.");
   DcmDataset query;
   query.putAndInsertString(DCM_QueryRetrieveLevel, "STUDY");
   query.putAndInsertString(DCM_StudyInstanceUID, kNoSuchStudy);
@@ -71,12 +74,17 @@ QueryAnswer checkQuery(T_ASC_Association& association, const EchoContext& contex
       return answer(QueryOutcome::failed,
                     context.endpoint + " did not answer the C-FIND within " + context.timeoutText + ".");
     if (c == DUL_PEERABORTEDASSOCIATION || c == DUL_NETWORKCLOSED)
-      return answer(QueryOutcome::failed, context.endpoint + " closed the association instead of answering the C-FIND.");
+      return answer(QueryOutcome::refused, context.endpoint + " refused the query: it closed the association "
+                                               "instead of answering the C-FIND. It most likely does not know "
+                                               "this computer's AE title " + callingTitle(context) +
+                                               "; add that AE title, with this computer's address, to the "
+                                               "peer's list of peers allowed to query.");
     return answer(QueryOutcome::failed, "The C-FIND to " + context.endpoint + " failed (" + c.text() + ").");
   }
   if (response.DimseStatus != STATUS_Success)
-    return answer(QueryOutcome::refused,
-                  context.endpoint + " answered the C-FIND with status " + statusText(response.DimseStatus) + ".");
+    return answer(QueryOutcome::refused, context.endpoint + " refused the query from AE title " +
+                                             callingTitle(context) + ": it answered the C-FIND with status " +
+                                             statusText(response.DimseStatus) + ".");
   return answer(QueryOutcome::answered, {});
 }
 

@@ -4,6 +4,7 @@
 
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <optional>
@@ -94,6 +95,79 @@ TEST(TelvorNodesEcho, OptionsOutOfRangeAreUsageErrors) {
   }
   const auto nan = echoCatalogue(dir, flagged, "--timeout nan");
   EXPECT_NE(nan.out.find("--timeout: takes seconds above 0 and at most 3600, not nan"), std::string::npos) << nan.out;
+}
+
+// A selector probes one node of the catalogue and no other; the calling AE title and the
+// catalogue are checked before anything is probed.
+TEST(TelvorNodesEcho, SelectorsProbeOneNodeAndBadUsageIsSaidOnce) {
+  REQUIRE_TOOL();
+  if (findProgram("storescp").empty()) GTEST_SKIP() << "storescp is not installed";
+  TempDir dir;
+  ServerProcess scp({findProgram("storescp"), "-od", dir.path().string()}, dir / "storescp.log");
+  ASSERT_TRUE(scp.ready());
+  const std::uint16_t closed = freePort();
+  std::string online = nodeJson("127.0.0.1", scp.port());
+  online.insert(1, R"("uniqueId":"6C1F3C8E-2B7A-4D2E-9F7B-1D2C3B4A5E6F",)");
+  std::string refusing = nodeJson("127.0.0.1", closed);
+  refusing.replace(refusing.find("Local SCP"), 9, "Closed");
+  refusing.replace(refusing.find("STORESCP"), 8, "CLOSED");
+  const std::string nodes = "[" + refusing + "," + online + "]";
+  for (const std::string selector :
+       {"--index 2", "--name 'Local SCP'", "--node-aet STORESCP", "--id 6C1F3C8E-2B7A-4D2E-9F7B-1D2C3B4A5E6F"}) {
+    const auto run = echoCatalogue(dir, nodes, "--timeout 2 " + selector);
+    EXPECT_EQ(run.status, 0) << selector << "\n" << run.out;
+    EXPECT_EQ(run.out, "Local SCP: online\n") << selector;
+  }
+  const auto json = echoCatalogue(dir, nodes, "--timeout 2 --index 1 --json");
+  EXPECT_EQ(json.status, 1) << json.out;
+  EXPECT_NE(json.out.find("\"index\": 1"), std::string::npos) << json.out;
+
+  struct Usage {
+    std::string args, said;
+  };
+  const std::vector<Usage> usage{
+      {"--index 1 --name Closed", "select at most one node"},
+      {"--listen-port 11113", "--listen-port and --accept-from go with --check-retrieve"},
+      {"--index 3", "no node --index 3"},
+      {"--node-aet NOBODY", "no node matches --node-aet \"NOBODY\""},
+      {"--aet 'BACK\\SLASH'", "--aet \"BACK\\SLASH\" is not a valid AE title"},
+      {"--aet SEVENTEEN-LETTERS", "--aet \"SEVENTEEN-LETTERS\" is not a valid AE title"},
+  };
+  for (const auto& u : usage) {
+    // Without echoTool's own --aet.
+    const auto run = runShell(dir, kTool + " echo '" + (dir / "nodes.json").string() + "' --timeout 2 " + u.args);
+    EXPECT_EQ(run.status, 2) << u.args << "\n" << run.out;
+    // Said once, and no node was probed.
+    EXPECT_EQ(run.out.rfind("telvor-nodes: " + u.said, 0), 0u) << u.args << "\n" << run.out;
+    EXPECT_EQ(run.out.find("telvor-nodes:", 1), std::string::npos) << u.args << "\n" << run.out;
+    EXPECT_EQ(run.out.find(": o"), std::string::npos) << u.args << "\n" << run.out;
+  }
+  const auto noFile = echoTool(dir, "--timeout 2");
+  EXPECT_EQ(noFile.status, 2) << noFile.out;
+  EXPECT_NE(noFile.out.find("echo needs a catalogue"), std::string::npos) << noFile.out;
+}
+
+// What the retrieve check finds is the library's (retrieve_check_test.cpp); here, that the
+// options reach it and each answer is printed.
+TEST(TelvorNodesEcho, CheckRetrieveAddsTheAnswerToTheLine) {
+  REQUIRE_TOOL();
+  for (const char* program : {"dcmqrscp", "storescu", "dump2dcm"})
+    if (findProgram(program).empty()) GTEST_SKIP() << program << " is not installed";
+  TempDir dir;
+  const std::uint16_t listen = freePort();
+  const auto instance = makeTestInstance(dir);
+  ASSERT_FALSE(instance.empty());
+  const auto archive = startArchive(dir, "TELVOR_TEST", listen, instance);
+  ASSERT_TRUE(archive);
+  const std::string peer = "--host 127.0.0.1 --port " + std::to_string(archive->port()) + " --check-retrieve ";
+  const auto moved = echoTool(dir, peer + "--aec ARCHIVE --listen-port " + std::to_string(listen));
+  EXPECT_EQ(moved.out, "127.0.0.1: online; retrieve: yes\n");
+  const auto stranger = runShell(dir, kTool + " echo --aet STRANGER " + peer + "--aec ARCHIVE --listen-port " +
+                                          std::to_string(listen) + " --json");
+  EXPECT_NE(stranger.out.find("\"title\": \"no\""), std::string::npos) << stranger.out;
+  EXPECT_NE(stranger.out.find("does not know STRANGER as a move destination"), std::string::npos) << stranger.out;
+  const auto got = echoTool(dir, peer + "--aec EMPTY");
+  EXPECT_EQ(got.out.rfind("127.0.0.1: online; retrieve: unknown: ", 0), 0u) << got.out;
 }
 
 // What the query check finds is the library's (echo_test.cpp); here, that the option and

@@ -1,4 +1,5 @@
-// Checking nodes in the background: each node's probe runs on a thread of a small pool,
+// Probing nodes in the background: each node's probe (a C-ECHO, or its web service for
+// a WADO node, as the DCMTK companion dispatches it) runs on a thread of a small pool,
 // and each answer comes back to the window's thread as it arrives, so the window never
 // waits for the network.
 #pragma once

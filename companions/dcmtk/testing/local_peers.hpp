@@ -22,6 +22,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -221,6 +222,48 @@ inline ServerProcess startDcmqrscp(const TempDir& dir, const std::string& aeTitl
                                       << " R (10, 1024mb) ANY\nAETable END\n";
   return ServerProcess({findProgram("dcmqrscp"), "--single-process", "-c", (dir / "dcmqrscp.cfg").string()},
                        dir / "dcmqrscp.log");
+}
+
+// The instance a retrieve check finds: a Secondary Capture with a 2x2 8-bit image, made
+// with dump2dcm into `dir`/instance.dcm; empty when dump2dcm is missing or fails.
+inline constexpr const char* kTestInstanceUid = "1.2.826.0.1.3680043.2.1143.4242.1.1.1";
+inline fs::path makeTestInstance(const TempDir& dir) {
+  std::ofstream(dir / "instance.dump")
+      << "(0008,0016) UI =SecondaryCaptureImageStorage\n(0008,0018) UI [" << kTestInstanceUid
+      << "]\n(0008,0020) DA [20260101]\n(0008,0060) CS [OT]\n(0008,0064) CS [WSD]\n"
+         "(0010,0010) PN [Probe^Test]\n(0010,0020) LO [PROBE1]\n"
+         "(0020,000d) UI [1.2.826.0.1.3680043.2.1143.4242.1]\n(0020,000e) UI [1.2.826.0.1.3680043.2.1143.4242.1.1]\n"
+         "(0020,0010) SH [1]\n(0020,0011) IS [1]\n(0020,0013) IS [1]\n(0028,0002) US 1\n"
+         "(0028,0004) CS [MONOCHROME2]\n(0028,0010) US 2\n(0028,0011) US 2\n(0028,0100) US 8\n"
+         "(0028,0101) US 8\n(0028,0102) US 7\n(0028,0103) US 0\n(7fe0,0010) OB 00\\7f\\80\\ff\n";
+  const fs::path made = dir / "instance.dcm";
+  if (findProgram("dump2dcm").empty() ||
+      !runProgram({findProgram("dump2dcm"), "-g", "+te", (dir / "instance.dump").string(), made.string()},
+                  dir / "dump2dcm.log"))
+    return {};
+  return made;
+}
+
+// dcmqrscp as an archive: AE title ARCHIVE holding `instance` (stored with storescu),
+// EMPTY holding nothing, and a HostTable that knows `knownAeTitle` at 127.0.0.1:`listenPort`.
+// It forks per association (its single-process mode ends after the first here).
+inline std::unique_ptr<ServerProcess> startArchive(const TempDir& dir, const std::string& knownAeTitle,
+                                                 std::uint16_t listenPort, const fs::path& instance) {
+  fs::create_directories(dir / "archive");
+  fs::create_directories(dir / "empty");
+  std::ofstream(dir / "archive.cfg") << "MaxPDUSize = 16384\nMaxAssociations = 8\nHostTable BEGIN\nviewer = ("
+                                     << knownAeTitle << ", 127.0.0.1, " << listenPort
+                                     << ")\nHostTable END\nVendorTable BEGIN\nVendorTable END\nAETable BEGIN\n"
+                                     << "ARCHIVE " << (dir / "archive").string() << " RW (10, 1024mb) ANY\n"
+                                     << "EMPTY " << (dir / "empty").string() << " R (10, 1024mb) ANY\nAETable END\n";
+  auto archive = std::make_unique<ServerProcess>(
+      std::vector<std::string>{findProgram("dcmqrscp"), "-c", (dir / "archive.cfg").string()}, dir / "archive.log");
+  if (!archive->ready() ||
+      !runProgram({findProgram("storescu"), "-aec", "ARCHIVE", "127.0.0.1", std::to_string(archive->port()),
+                   instance.string()},
+                  dir / "storescu.log"))
+    return nullptr;
+  return archive;
 }
 
 // A self-signed certificate and its key, made with openssl.

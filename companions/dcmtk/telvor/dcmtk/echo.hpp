@@ -80,6 +80,10 @@ enum class EchoOutcome {
   verificationNotAccepted,   // association accepted, but not the Verification service
   echoFailed,                // the C-ECHO was answered with a status other than Success
   protocolError,             // the peer answered, but not as a DICOM service does
+  // Web (WADO) nodes only, probed over HTTP(S) (node_probe.hpp); the other values above
+  // stand for the same conditions of the web connection.
+  serviceRefused,            // the web service refused the credentials or the user (HTTP 401, 403)
+  serviceMissing,            // no DICOMweb service answers there (404, redirect, web page, HTTP error)
 };
 
 // Whether a peer answers queries, told by a C-FIND that matches nothing.
@@ -98,6 +102,35 @@ struct QueryAnswer {
   bool answered() const noexcept { return outcome == QueryOutcome::answered; }
 };
 
+// Whether retrieving from the peer works, told by retrieving one real instance.
+enum class RetrieveOutcome {
+  yes,      // the instance asked for arrived (and was discarded)
+  no,       // the peer refused the retrieve, or what it sent did not arrive as asked
+  unknown,  // nothing to retrieve, or it could not be decided (time, listener, query refused)
+};
+
+// "yes", "no" or "unknown", as a person reads it after "retrieve: ".
+TELVOR_DCMTK_API std::string_view title(RetrieveOutcome outcome) noexcept;
+
+struct RetrieveAnswer {
+  RetrieveOutcome outcome = RetrieveOutcome::unknown;
+  std::string reason;  // what happened and what to do; empty when yes
+  bool answered() const noexcept { return outcome == RetrieveOutcome::yes; }
+};
+
+// How to retrieve in a retrieve check.
+struct RetrieveCheck {
+  // C-MOVE: the peer sends the instance to the calling AE title, which it must know with
+  // this computer's address and `listenPort`; this side listens there while the move runs
+  // and accepts it only from the peer's own address and those in `acceptFrom` (numeric
+  // addresses or host names), only the instance asked for, up to `maxInstanceBytes`.
+  // C-GET: the instance comes back on the association itself; no listener is needed.
+  bool move = false;
+  std::uint16_t listenPort = 0;
+  std::vector<std::string> acceptFrom;
+  std::uint64_t maxInstanceBytes = std::uint64_t{256} << 20;
+};
+
 struct EchoResult {
   EchoResult() = default;
   EchoResult(EchoOutcome outcome, std::string reason) : outcome(outcome), reason(std::move(reason)) {}
@@ -109,6 +142,8 @@ struct EchoResult {
   std::chrono::milliseconds elapsed{0};
   // Present when a query check was asked for and the echo was answered.
   std::optional<QueryAnswer> query;
+  // Present when a retrieve check was asked for and the echo was answered.
+  std::optional<RetrieveAnswer> retrieve;
 
   bool answered() const noexcept { return outcome == EchoOutcome::answered; }
   // True when the result tells something about the peer (reachable or not).
@@ -127,6 +162,11 @@ struct EchoOptions {
   // After an answered echo, ask a Study Root C-FIND at study level for a study that
   // cannot exist, and give the peer's answer in EchoResult::query.
   bool checkFind = false;
+  // After an answered echo (and query check), find one instance (C-FIND at study, series
+  // and image level, first match) and retrieve it as told; the answer is in
+  // EchoResult::retrieve. Received data is held in memory only and discarded; nothing of
+  // it is written or reported. C-MOVE checks on the same listening port wait for each other.
+  std::optional<RetrieveCheck> retrieve;
 };
 
 // Echoes `target`, presenting `callingAeTitle` (1 to 16 printable ASCII characters, no

@@ -1,5 +1,7 @@
-// Probing nodes: whether each DicomNode answers a DICOM C-ECHO as it is configured, as the
-// DicomNodeStatus to show beside it.
+// Probing nodes: whether each DicomNode answers as it is configured, as the DicomNodeStatus
+// to show beside it. A node retrieved by C-MOVE or C-GET is asked a DICOM C-ECHO; a node
+// retrieved over WADO is asked at its web service over HTTP(S) (telvor/web/wado_probe.hpp),
+// never by C-ECHO, since its DICOM port says nothing about WADO.
 //
 //   telvor::dcmtk::ProbeOptions options{.callingAeTitle = "VIEWER", .timeout = std::chrono::seconds(3)};
 //   options.applicationIdentifier = "org.example.viewer";
@@ -14,7 +16,9 @@
 // application holds for the node's tlsCertificateID when the node authenticates with one).
 // A node that lacks what a peer needs (AE title, port 1 to 65535, an address without a port
 // or scheme) is not echoed; its result (notAttempted) gives the same reasons as
-// telvor::validate.
+// telvor::validate. A web node's outcome maps onto EchoOutcome (serviceRefused,
+// serviceMissing, and the connection and TLS values); in a build without the web companion
+// it is notAttempted, and its status unknown, with that reason.
 #pragma once
 
 #include <chrono>
@@ -40,12 +44,19 @@ struct ProbeOptions {
   std::chrono::milliseconds timeout = kDefaultEchoTimeout;
   // After an answered echo, also ask whether the node answers queries (EchoResult::query).
   bool checkFind = false;
+  // After an answered echo, also retrieve one instance (EchoResult::retrieve): by C-MOVE
+  // to `listenPort` for nodes retrieved by C-MOVE, by C-GET for the others. Not for web
+  // nodes.
+  bool checkRetrieve = false;
+  std::uint16_t listenPort = 0;
+  std::vector<std::string> acceptFrom;
   // The application's reverse-domain identifier, which begins each node's tlsCertificateID.
   std::string applicationIdentifier;
   // The client certificate the application holds under a certificate identifier, if any.
   // Asked only for nodes that authenticate with a certificate, always on the calling thread.
   std::function<std::optional<CertificateFiles>(std::string_view certificateId)> certificateFor;
-  // Trusted authorities for nodes that verify their peer (see EchoTls).
+  // Trusted authorities for nodes that verify their peer (see EchoTls); for web nodes, at
+  // most one folder.
   std::vector<std::string> trustedCertificateFiles;
   std::vector<std::string> trustedCertificateDirectories;
   // Told of each node's result as soon as it is known (its index in `nodes`), for progress
@@ -54,16 +65,17 @@ struct ProbeOptions {
   std::function<void(std::size_t index, const EchoResult& result)> onResult;
 };
 
-// The echo target a node stands for, or, when it cannot be echoed, the result saying why:
+// The echo target a node stands for as a DICOM peer (whatever its retrieve mode), or, when it cannot be echoed, the result saying why:
 // notAttempted for a missing or invalid AE title, port or address; localSetupFailed when
 // the node authenticates with a client certificate and `certificateFor` has none for it.
 // Calls `options.certificateFor` at most once; exceptions it throws pass through.
 TELVOR_DCMTK_API std::variant<EchoTarget, EchoResult> echoTarget(const DicomNode& node, const ProbeOptions& options);
 
-// Echoes one node. Never throws for network conditions (see echo()).
+// Probes one node: a C-ECHO, or its web service for a WADO node. Never throws for network
+// conditions (see echo()).
 TELVOR_DCMTK_API EchoResult echoNode(const DicomNode& node, const ProbeOptions& options);
 
-// Echoes every node, `jobs` at a time (0 counts as 1) on threads of its own, and returns
+// Probes every node as echoNode does, `jobs` at a time (0 counts as 1) on threads of its own, and returns
 // the results in the order of `nodes`. Targets are worked out first, on the calling
 // thread; it then waits for the echoes, taking part in them.
 TELVOR_DCMTK_API std::vector<EchoResult> echoNodes(std::span<const DicomNode> nodes, const ProbeOptions& options,
@@ -74,10 +86,10 @@ TELVOR_DCMTK_API std::vector<EchoResult> echoNodes(std::span<const DicomNode> no
 // localSetupFailed); inaccessible with the reason otherwise.
 TELVOR_DCMTK_API DicomNodeStatus toStatus(const EchoResult& result);
 
-// The node's status by C-ECHO: toStatus(echoNode(node, options)).
+// The node's status: toStatus(echoNode(node, options)).
 TELVOR_DCMTK_API DicomNodeStatus probe(const DicomNode& node, const ProbeOptions& options);
 
-// Every node's status by C-ECHO, in the order of `nodes`, `jobs` at a time (see echoNodes).
+// Every node's status, in the order of `nodes`, `jobs` at a time (see echoNodes).
 TELVOR_DCMTK_API std::vector<DicomNodeStatus> probeAll(std::span<const DicomNode> nodes, const ProbeOptions& options,
                                                        unsigned jobs);
 
