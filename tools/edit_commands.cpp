@@ -46,7 +46,7 @@ std::string describe(const DicomNode& node, std::size_t index) {
 }
 
 // Refuses a node with problems unless forced, printing them as `check` does. The node is
-// judged as `catalogue` will read it back: a property list writes an absent WADO port as 0.
+// judged as `catalogue` will read it back: a property list writes an absent WADO URL as "wado".
 void refuseProblems(const DicomNode& node, const catalogue::Catalogue& catalogue, bool force) {
   if (force) return;
   std::optional<DicomNode> saved;

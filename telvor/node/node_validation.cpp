@@ -162,7 +162,8 @@ void checkWado(const WadoSettings& wado, std::vector<NodeProblem>& out) {
   } else if ((scheme.size() == 5) != wado.https) {
     out.push_back(problem(NodeProblemCode::wadoUrlSchemeMismatch, *wado.url));
   }
-  if (wado.port && (*wado.port < 1 || *wado.port > 65535))
+  // 0 is how a property list writes "no port": the URL's own port, or its scheme's, applies.
+  if (wado.port && (*wado.port < 0 || *wado.port > 65535))
     out.push_back(problem(NodeProblemCode::wadoPortInvalid, std::to_string(*wado.port)));
 }
 

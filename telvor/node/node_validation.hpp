@@ -11,7 +11,7 @@
 // the node's TLS setting stand for (an IPv6 address such as "::1" or "[::1]" is a host);
 // a node retrieved over WADO has a WADO URL that is an http:// or https:// URL with a host
 // (the scheme agreeing with the node's HTTPS setting) and a WADO port from 1 to 65535 or
-// none. The record's own forms accept all of these; only a network peer will not.
+// none (absent, or 0 as a property list writes none). The record's own forms accept all of these; only a network peer will not.
 #pragma once
 
 #include <string>

@@ -80,7 +80,7 @@ TEST(NodeValidation, RulesAsATable) {
       {[](auto& n) { wadoAt(n, "https://pacs/wado"), n.wadoSettings.https = false; }, {C::wadoUrlSchemeMismatch}},
       {[](auto& n) { wadoAt(n, "http://pacs/wado"); }, {C::wadoUrlSchemeMismatch}},
       {[](auto& n) { wadoAt(n, "https://pacs/wado"), n.wadoSettings.port = 65535; }, {}},
-      {[](auto& n) { wadoAt(n, "https://pacs/wado"), n.wadoSettings.port = 0; }, {C::wadoPortInvalid}},
+      {[](auto& n) { wadoAt(n, "https://pacs/wado"), n.wadoSettings.port = 0; }, {}},  // a property list's "none"
       {[](auto& n) { wadoAt(n, "https://pacs/wado"), n.wadoSettings.port = 65536; }, {C::wadoPortInvalid}},
       {[](auto& n) { wadoAt(n, "wado"), n.wadoSettings.port = -3; }, {C::wadoUrlInvalid, C::wadoPortInvalid}},
       // Only a node retrieved over WADO needs its WADO settings.
