@@ -1,10 +1,10 @@
 #include "peers_commands.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <map>
-#include <algorithm>
 #include <set>
 #include <vector>
 
