@@ -2,7 +2,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <iostream>
+#include <vector>
 #include <map>
 
 #include "command.hpp"
@@ -43,6 +45,32 @@ int fail(std::string_view what, int status) {
   return status;
 }
 
+// Edit distance (insertions, deletions, substitutions, swaps of neighbours) of short words.
+std::size_t distance(std::string_view a, std::string_view b) {
+  std::vector<std::vector<std::size_t>> d(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+  for (std::size_t i = 0; i <= a.size(); ++i) d[i][0] = i;
+  for (std::size_t j = 0; j <= b.size(); ++j) d[0][j] = j;
+  for (std::size_t i = 1; i <= a.size(); ++i)
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (a[i - 1] != b[j - 1])});
+      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
+    }
+  return d[a.size()][b.size()];
+}
+
+// For a first word that is no command: the command meant, when one is near enough.
+std::string unknownCommand(const std::vector<std::string>& names, std::string_view word) {
+  std::string best;
+  std::size_t bestDistance = 3;  // more than two edits away is another word
+  for (const std::string& name : names) {
+    const std::size_t d = name.starts_with(word) ? 1 : distance(word, name);
+    if (d < bestDistance) bestDistance = d, best = name;
+  }
+  std::string message = "no command \"" + std::string(word) + '"';
+  if (!best.empty()) message += "; did you mean \"" + best + "\"?";
+  return message + " (run \"telvor-nodes --help\" for the list)";
+}
+
 // Runs the command, then makes sure everything written to standard output arrived.
 int runChecked(const CommandRun& run) {
   const int status = run();
@@ -72,6 +100,10 @@ int runCommandLine(int argc, char** argv) {
   CLI::App* help = app.add_subcommand("help", "the options of a command, or of the tool");
   help->add_option("COMMAND", helpTopic, "the command to describe");
 
+  std::vector<std::string> names{"help"};
+  for (const auto& [command, run] : runs) names.push_back(command->get_name());
+  if (argc > 1 && argv[1][0] != '-' && std::find(names.begin(), names.end(), argv[1]) == names.end())
+    return fail(unknownCommand(names, argv[1]), kUsage);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& e) {

@@ -1,6 +1,7 @@
 #include "commands.hpp"
 
 #include "catalogue_error.hpp"
+#include "import_hint.hpp"
 #include "io.hpp"
 #include "support/bounded_input.hpp"
 #include "support/checked_output.hpp"
@@ -25,7 +26,7 @@ catalogue::Catalogue readCatalogue(const std::optional<std::string>& input, std:
     try {
       return catalogue::Catalogue::parse(bytes, catalogue::Catalogue::formatOf(*input, bytes));
     } catch (const catalogue::CatalogueError& e) {
-      throw InputError(inputName(*input) + ": " + e.what());
+      throw InputError(inputName(*input) + ": " + e.what() + importHint(bytes, *input));
     }
   } catch (const catalogue::CatalogueError& e) {
     rethrowAsToolError(e);

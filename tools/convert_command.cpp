@@ -17,6 +17,7 @@
 #include "telvor/node/dicom_node.hpp"
 #include "telvor/status/dicom_node_status.hpp"
 #include "support/bounded_input.hpp"
+#include "support/terminal_text.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
@@ -44,14 +45,17 @@ bool sameValue(const PropertyValue& a, const PropertyValue& b) {
 // keys, a C-MOVE node's saved WADO keys, values read leniently); for JSON, the members
 // the coded form does not know (a name given twice counts once). One dictionary, or the
 // names of one object, at a time: counting holds no more than reading did.
-std::size_t droppedEntries(const std::string& bytes, Format from) {
-  std::size_t dropped = 0;
+// The keys left out, each with the number of records it is left out of.
+using Dropped = std::map<std::string, std::size_t, std::less<>>;
+
+Dropped droppedEntries(const std::string& bytes, Format from) {
+  Dropped dropped;
   if (from == Format::plist) {
     readPlist(bytes, [&](PropertyDictionary&& stored) {
       const auto written = DicomNode(stored).toDictionary();
       for (const auto& [key, value] : stored) {
         const PropertyValue* again = written ? written->find(key) : nullptr;
-        dropped += again == nullptr || !sameValue(*again, value);
+        if (again == nullptr || !sameValue(*again, value)) ++dropped[std::string(key)];
       }
     });
     return dropped;
@@ -68,7 +72,8 @@ std::size_t droppedEntries(const std::string& bytes, Format from) {
       for (std::size_t i = 0, n = backend.entryCount(value); i < n; ++i)
         if (const auto name = backend.entryName(value, i); !known.contains(name)) unknown.push_back(name);
       std::sort(unknown.begin(), unknown.end());
-      dropped += static_cast<std::size_t>(std::unique(unknown.begin(), unknown.end()) - unknown.begin());
+      unknown.erase(std::unique(unknown.begin(), unknown.end()), unknown.end());
+      for (const auto name : unknown) ++dropped[std::string(name)];
     };
     if (backend.kind(root) == DecoderBackend::ValueKind::unkeyed)
       for (std::size_t i = 0, n = backend.elementCount(root); i < n; ++i) count(backend.element(root, i));
@@ -108,12 +113,19 @@ int convert(const Options& options, const std::string& bytes, Format from) {
     throw InputError(inputName(options.input.value_or("-")) + ": " + e.what());
   }
   if constexpr (std::is_same_v<T, DicomNode>) {
-    if (const auto dropped = droppedEntries(bytes, from))
-      std::cerr << "telvor-nodes: note: the output leaves out " << dropped
-                << " entr" << (dropped == 1 ? "y" : "ies")
+    const Dropped dropped = droppedEntries(bytes, from);
+    std::size_t total = 0;
+    std::string keys;
+    for (const auto& [key, count] : dropped) {
+      total += count;
+      keys += (keys.empty() ? "" : ", ") + ('"' + key + '"') + (count > 1 ? " (" + std::to_string(count) + " records)" : "");
+    }
+    if (total > 0)
+      std::cerr << "telvor-nodes: note: the output leaves out " << total << " entr" << (total == 1 ? "y" : "ies")
                 << " of the input that the node record does not keep (unknown keys, a non-WADO node's saved "
-                   "WADO keys, values read leniently); to change a catalogue without losing them, edit it in "
-                   "place with `telvor-nodes set`\n";
+                   "WADO keys, values read leniently): "
+                << escapeForTerminal(keys)
+                << "; to change a catalogue without losing them, edit it in place with `telvor-nodes set`\n";
   }
   return kSuccess;
 }

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "catalogue_error.hpp"
+#include "catalogue_problems.hpp"
 #include "command.hpp"
 #include "commands.hpp"
 #include "field_options.hpp"
@@ -44,10 +45,14 @@ std::string describe(const DicomNode& node, std::size_t index) {
   return "#" + std::to_string(index + 1) + (node.name ? " " + escapeForTerminal(*node.name) : std::string());
 }
 
-// Refuses a node with problems unless forced, printing them as `check` does.
-void refuseProblems(const DicomNode& node, bool force) {
+// Refuses a node with problems unless forced, printing them as `check` does. The node is
+// judged as `catalogue` will read it back: a property list writes an absent WADO URL as "wado".
+void refuseProblems(const DicomNode& node, const catalogue::Catalogue& catalogue, bool force) {
   if (force) return;
-  const auto problems = validate(node);
+  std::optional<DicomNode> saved;
+  if (catalogue.format() != catalogue::FileFormat::json)
+    if (const auto dictionary = node.toDictionary()) saved.emplace(*dictionary);
+  const auto problems = validate(saved ? *saved : node);
   if (problems.empty()) return;
   for (const auto& problem : problems)
     std::cerr << "telvor-nodes: " << codeName(problem.code) << ": " << problem.message << '\n';
@@ -66,12 +71,16 @@ catalogue::CatalogueEditor openEditor(const EditOptions& options, bool create) {
 int runAdd(EditOptions& options) {
   if (options.fields.name.empty() || options.fields.aet.empty() || !options.fields.address || !options.fields.port)
     throw UsageError("add needs --name, --aet, --address and --port");
+  if (options.fields.name.back().empty()) throw UsageError("--name is empty: give the node a name people can tell it by");
   options.fields.readSecrets();
   DicomNode node;
   options.fields.apply(node);
-  refuseProblems(node, options.force);
   try {
     auto editor = openEditor(options, true);
+    refuseProblems(node, editor.catalogue(), options.force);
+    if (const auto same = samePeerAs(editor.catalogue().nodes(), node))
+      std::cerr << "telvor-nodes: warning: node " << *same
+                << " has the same AE title, address and port; added anyway (`remove` takes one out)\n";
     editor.catalogue().append(node);
     editor.save();
     writeStandardOutput("added " + describe(node, editor.catalogue().size() - 1) + '\n');
@@ -121,7 +130,7 @@ int runSet(EditOptions& options) {
     if (options.fields.retrieve == "wado" && node.retrieveMode != RetrieveModeType::wado)
       if (auto saved = catalogue.savedWadoSettings(index)) node.wadoSettings = *saved;
     options.fields.apply(node);
-    refuseProblems(node, options.force);
+    refuseProblems(node, catalogue, options.force);
     const auto changed = catalogue.replace(index, node);
     if (changed.empty()) {
       writeStandardOutput("unchanged " + describe(node, index) + '\n');

@@ -116,8 +116,8 @@ void addFieldOptions(CLI::App& command, FieldOptions& f, bool nameAndAetRepeat) 
   group->add_option("--verify-peer", f.verifyPeer, "verify the peer's TLS certificate")->check(kYesNo);
   group->add_option("--client-certificate", f.clientCertificate, "authenticate with a client certificate")
       ->check(kYesNo);
-  group->add_option("--wado-url", f.wadoUrl, "the WADO service's URL");
-  group->add_option("--wado-port", f.wadoPort, "the WADO service's port");
+  group->add_option("--wado-url", f.wadoUrl, "the WADO service's URL (http:// or https://, as --https says)");
+  group->add_option("--wado-port", f.wadoPort, "the WADO service's port")->check(CLI::Range(1, 65535));
   group->add_option("--wado-user", f.wadoUser, "the WADO user name");
   group->add_option("--wado-syntax", f.wadoSyntax, "WADO retrieve syntax: code, case name or title")
       ->check(wadoSyntaxCheck());

@@ -28,6 +28,10 @@ namespace {
 
 #ifdef TELVOR_TOOL_DCMTK_PEERS
 peers::PeerExport writeDcmpstat(std::span<const DicomNode> nodes) { return dcmtk::exportDcmpstatCommunication(nodes); }
+peers::PeerExport writeDcmpstatWithFiles(std::span<const DicomNode> nodes, const std::string& certificate,
+                                         const std::string& privateKey) {
+  return dcmtk::exportDcmpstatCommunication(nodes, {certificate, privateKey});
+}
 #endif
 #ifdef TELVOR_TOOL_CTK_PEERS
 peers::PeerExport writeCtk(std::span<const DicomNode> nodes) { return qt::exportCtkServerNodes(nodes); }
@@ -43,7 +47,7 @@ constexpr PeerFormat kFormats[] = {
     {"dcmtk-qr", "dcmqrscp.cfg HostTable", &dcmtk::importDcmqrscpHostTable, &dcmtk::exportDcmqrscpHostTable,
      kName | kAddressing, nullptr},
     {"dcmtk-pstat", "dcmpstat.cfg [[COMMUNICATION]]", &dcmtk::importDcmpstatCommunication, &writeDcmpstat,
-     kName | kAddressing | kTransferSyntax | kTls, nullptr},
+     kName | kAddressing | kTransferSyntax | kTls, nullptr, &writeDcmpstatWithFiles},
 #endif
 #ifdef TELVOR_TOOL_CTK_PEERS
     {"ctk", "CTK's server nodes in QSettings (3D Slicer's Slicer.ini)", &qt::importCtkServerNodes, &writeCtk, kName | kAddressing | kRetrieveMode | kQueryable, &mergeCtk},

@@ -33,6 +33,10 @@ struct PeerFormat {
   // For formats whose file holds more than the peers (an application's settings): writes
   // the nodes into the existing file's text, keeping the rest. Null: export replaces the file.
   peers::PeerExport (*merge)(std::span<const DicomNode> nodes, std::string_view existing);
+  // For formats that name TLS files per peer: writes them for the nodes that authenticate
+  // with a certificate. Null: the format names none.
+  peers::PeerExport (*writeWithTlsFiles)(std::span<const DicomNode> nodes, const std::string& certificate,
+                                         const std::string& privateKey) = nullptr;
 };
 
 // The formats this build offers, in the order help lists them.

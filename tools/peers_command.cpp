@@ -46,6 +46,10 @@ CommandSpec exportCommand() {
                 ->group("Selectors (any of; --name and --aet repeatable)");
             command.footer("Without selectors every node is exported; with them, each node any of them matches.");
             command.add_flag("--strict", request->strict, "fail (exit 1, nothing written) on any loss");
+            command.add_option("--certificate-file", request->certificateFile,
+                               "dcmtk-pstat: the certificate file named for nodes that authenticate with a certificate");
+            command.add_option("--private-key-file", request->privateKeyFile,
+                               "dcmtk-pstat: the private key file named beside it");
             addInputLimit(command, request->maxInputBytes);
             return CommandRun([request] { return runExport(*request); });
           }};

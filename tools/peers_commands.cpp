@@ -1,8 +1,10 @@
 #include "peers_commands.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <map>
 #include <set>
 #include <vector>
 
@@ -18,10 +20,40 @@ namespace {
 
 constexpr int kDone = 0, kLost = 1, kDamaged = 3;
 
-void reportLosses(const std::string& where, const std::vector<peers::PeerLoss>& losses) {
-  // Losses quote other systems' text: escaped, never raw.
+// Catalogue numbers (as `list` shows them) by source position; a position missing here
+// gave no node.
+using Numbers = std::map<std::size_t, std::size_t>;
+
+// One line per loss, the unfaithful ones first under a summary. An import's loss names
+// the node by its catalogue number, or the source entry that gave no node.
+void reportLosses(const std::string& where, const std::vector<peers::PeerLoss>& losses,
+                  const Numbers* numbers = nullptr) {
+  const auto line = [&](const peers::PeerLoss& loss) {
+    std::string text = peers::describe(loss);
+    if (numbers) {
+      if (const auto it = numbers->find(loss.position); it != numbers->end()) {
+        peers::PeerLoss renumbered = loss;
+        renumbered.position = it->second;
+        text = peers::describe(renumbered);
+      } else {
+        text = "entry " + std::to_string(loss.position) + (loss.label.empty() ? "" : " \"" + loss.label + '"') +
+               " (not imported): " + loss.field + ": " + loss.lost + " -> " + loss.chosen;
+      }
+    }
+    // Losses quote other systems' text: escaped, never raw.
+    std::cerr << "telvor-nodes: " << escapeForTerminal(where + ": " + text) << '\n';
+  };
+  const auto unfaithful = std::count_if(losses.begin(), losses.end(), [](const auto& l) { return l.unfaithful; });
+  if (unfaithful > 0) {
+    std::cerr << "telvor-nodes: " << escapeForTerminal(where) << ": " << unfaithful
+              << " node(s) would reach their peer otherwise than the source says:\n";
+    for (const auto& loss : losses)
+      if (loss.unfaithful) line(loss);
+    if (static_cast<std::size_t>(unfaithful) < losses.size())
+      std::cerr << "telvor-nodes: " << escapeForTerminal(where) << ": other losses:\n";
+  }
   for (const auto& loss : losses)
-    std::cerr << "telvor-nodes: " << escapeForTerminal(where + ": " + peers::describe(loss)) << '\n';
+    if (!loss.unfaithful) line(loss);
 }
 
 // `message` names the file: a catalogue's errors do already, a peer list's get it from the caller.
@@ -45,14 +77,16 @@ struct Counts {
 };
 
 // Adds the imported nodes to `catalogue` (or updates the matching ones); a node the
-// catalogue cannot hold is left out with a loss.
+// catalogue cannot hold is left out with a loss. `numbers` learns each source position's
+// catalogue number (its first node's).
 Counts store(catalogue::Catalogue& catalogue, const peers::PeerList& list, const PeerFormat& format, bool replaceMatching,
-             std::vector<peers::PeerLoss>& losses) {
+             std::vector<peers::PeerLoss>& losses, Numbers& numbers) {
   Counts counts;
   for (std::size_t i = 0; i < list.nodes.size(); ++i) {
     const DicomNode& node = list.nodes[i];
+    const std::size_t source = i < list.sources.size() ? list.sources[i] : i + 1;
     if (!node.toDictionary()) {
-      losses.push_back({i + 1, peers::labelOf(node), "node", "no AE title, name, address or port",
+      losses.push_back({source, peers::labelOf(node), "node", "no AE title, name, address or port",
                         "left out (a catalogue node needs all four)"});
       continue;
     }
@@ -67,6 +101,7 @@ Counts store(catalogue::Catalogue& catalogue, const peers::PeerList& list, const
       catalogue.append(node);
       ++counts.added;
     }
+    numbers.emplace(source, match ? *match + 1 : catalogue.size());
   }
   return counts;
 }
@@ -117,8 +152,9 @@ int runImport(const ImportRequest& request) {
   try {
     if (!request.catalogue || *request.catalogue == "-") {
       auto catalogue = catalogue::Catalogue::empty(catalogue::FileFormat::xmlPropertyList);
-      store(catalogue, list, format, false, losses);
-      reportLosses(request.source, losses);
+      Numbers numbers;
+      store(catalogue, list, format, false, losses, numbers);
+      reportLosses(request.source, losses, &numbers);
       if (refusedByStrict(request.strict, losses)) return kLost;
       writeStandardOutput(catalogue.serialize());
       return kDone;
@@ -133,8 +169,9 @@ int runImport(const ImportRequest& request) {
       if (e.kind() == catalogue::CatalogueError::Kind::unusableInput) return damaged(e.what());
       throw;
     }
-    const Counts counts = store(editor->catalogue(), list, format, request.replaceMatching, losses);
-    reportLosses(request.source, losses);
+    Numbers numbers;
+    const Counts counts = store(editor->catalogue(), list, format, request.replaceMatching, losses, numbers);
+    reportLosses(request.source, losses, &numbers);
     if (refusedByStrict(request.strict, losses)) return kLost;
     editor->save();
     std::cerr << "telvor-nodes: " << escapeForTerminal(*request.catalogue) << ": " << counts.added << " node(s) added, "
@@ -147,6 +184,11 @@ int runImport(const ImportRequest& request) {
 
 int runExport(const ExportRequest& request) {
   const PeerFormat& format = peerFormat(request.format);
+  const bool tlsFiles = request.certificateFile || request.privateKeyFile;
+  if (tlsFiles && !format.writeWithTlsFiles)
+    throw UsageError("--certificate-file and --private-key-file apply to formats that name TLS files (dcmtk-pstat)");
+  if (tlsFiles && !(request.certificateFile && request.privateKeyFile))
+    throw UsageError("give both --certificate-file and --private-key-file: the peer authenticates only with both");
   std::optional<catalogue::Catalogue> catalogue;
   try {
     catalogue = readCatalogue(request.catalogue, request.maxInputBytes);
@@ -161,6 +203,11 @@ int runExport(const ExportRequest& request) {
   }
   std::vector<DicomNode> nodes;
   for (std::size_t i : positions) nodes.push_back(catalogue->node(i));
+  // A property list writes isQueryable true by leaving its key out, so there true and
+  // absent are one value: a format without the field loses nothing by reading it back absent.
+  if (catalogue->format() != catalogue::FileFormat::json && !(format.carried & kQueryable))
+    for (DicomNode& node : nodes)
+      if (node.isQueryable == true) node.isQueryable.reset();
 
   // An existing file of a format that holds more than peers keeps the rest; it must read
   // as that format, or it is left alone.
@@ -175,7 +222,9 @@ int runExport(const ExportRequest& request) {
   }
   peers::PeerExport out;
   try {
-    out = existing ? format.merge(nodes, *existing) : format.write(nodes);
+    out = existing   ? format.merge(nodes, *existing)
+          : tlsFiles ? format.writeWithTlsFiles(nodes, *request.certificateFile, *request.privateKeyFile)
+                     : format.write(nodes);
   } catch (const peers::PeerFormatError& e) {
     // The exporter counts the nodes it was given; name the node by its catalogue position.
     std::string message = e.what();

@@ -29,6 +29,8 @@ struct ExportRequest {
   std::vector<std::string> select;       // all when none. --select: a position, name or AE title
   bool strict = false;
   std::uint64_t maxInputBytes = std::uint64_t{256} << 20;
+  // The TLS files written for nodes that authenticate with a certificate (dcmtk-pstat).
+  std::optional<std::string> certificateFile, privateKeyFile;
 };
 
 int runImport(const ImportRequest& request);

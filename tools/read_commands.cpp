@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "catalogue_problems.hpp"
 #include "command.hpp"
 #include "tool_error.hpp"
 #include "commands.hpp"
@@ -40,13 +41,15 @@ int runCheck(const Options& options) {
   std::string out;
   for (std::size_t i = 0; i < catalogue.size(); ++i) {
     const auto& node = catalogue.node(i);
-    const auto label = node.name ? escapeForTerminal(*node.name) : "node " + std::to_string(i + 1);
-    const auto problems = validate(node);
+    const auto label = node.name && !node.name->empty() ? escapeForTerminal(*node.name) : "node " + std::to_string(i + 1);
+    std::vector<CatalogueProblem> problems;
+    for (const auto& problem : validate(node)) problems.push_back({std::string(codeName(problem.code)), problem.message});
+    for (auto& problem : catalogueProblems(catalogue.nodes(), i)) problems.push_back(std::move(problem));
     clean = clean && problems.empty();
     if (options.json) {
       boost::json::array found;
       for (const auto& problem : problems)
-        found.push_back(boost::json::object{{"code", codeName(problem.code)}, {"message", problem.message}});
+        found.push_back(boost::json::object{{"code", problem.code}, {"message", problem.message}});
       boost::json::object entry{{"index", i + 1}, {"problems", std::move(found)}};
       entry["name"] = node.name ? boost::json::value(*node.name) : boost::json::value(nullptr);
       report.push_back(std::move(entry));
@@ -54,7 +57,7 @@ int runCheck(const Options& options) {
     }
     if (problems.empty()) out += label + ": ok\n";
     for (const auto& problem : problems)
-      out += label + ": " + std::string(codeName(problem.code)) + ": " + escapeForTerminal(problem.message) + '\n';
+      out += label + ": " + problem.code + ": " + escapeForTerminal(problem.message) + '\n';
   }
   if (options.json) printJson(boost::json::object{{"ok", clean}, {"nodes", std::move(report)}});
   else writeStandardOutput(out);

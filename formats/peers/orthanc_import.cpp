@@ -3,6 +3,7 @@
 #include <boost/json.hpp>
 #include <string>
 
+#include "detail/json_comments.hpp"
 #include "telvor/peers/orthanc.hpp"
 #include "telvor/peers/peer_names.hpp"
 
@@ -16,12 +17,13 @@ constexpr std::array<std::string_view, 10> kPermissions{
     "AllowEcho",  "AllowFind",  "AllowFindWorklist", "AllowGet",       "AllowMove",
     "AllowStore", "AllowNAction", "AllowEventReport", "AllowTranscoding", "AllowStorageCommitment"};
 
+// Comments are blanked first, by Orthanc's rules: Boost.JSON's own comment reading does not
+// take the `**/` that closes every block comment of Orthanc's shipped configuration.
 json::value parseLikeOrthanc(std::string_view text) {
-  json::parse_options options;
-  options.allow_comments = true;  // Orthanc's configuration files carry comments
-  json::stream_parser parser({}, options);
+  const std::string plain = detail::blankComments(text);
+  json::stream_parser parser;
   json::error_code ec;
-  const std::size_t used = parser.write_some(text.data(), text.size(), ec);
+  const std::size_t used = parser.write_some(plain.data(), plain.size(), ec);
   if (!ec) parser.finish(ec);
   if (ec) throw PeerFormatError(lineAndColumn(text, used), "not JSON as Orthanc reads it: " + ec.message());
   return parser.release();
@@ -149,6 +151,7 @@ PeerList importOrthanc(std::string_view text) {
     if (const auto* a = value.if_array()) list.nodes.push_back(reader.fromArray(*a));
     else if (const auto* o = value.if_object()) list.nodes.push_back(reader.fromObject(*o));
     else reader.fail("a modality is an array or an object");
+    list.sources.push_back(position);
   }
   return list;
 }

@@ -26,6 +26,8 @@ TEST(OrthancImport, DamagedInputNamesThePlace) {
   const Damaged cases[] = {
       {"{ \"DicomModalities\" : {\n  \"a\" : [\"X\", \"h\", 104]\n", "line 3, column 1", "not JSON"},
       {"{\n  \"DicomModalities\" : { \"a\" : [\"X\", \"h\", 104] # }\n}", "line 2, column 47", "not JSON"},
+      {"{\n  /* never closed\n  \"DicomModalities\" : {} }", "line 2, column 3", "never closed"},
+      {"{ \"DicomModalities\" : {} } /", "line 1, column 28", "not JSON"},
       {"[1, 2]", "line 1", "not an object"},
       {"{ \"Name\" : \"MyOrthanc\", \"HttpPort\" : 8042 }", "line 1", "neither"},
       {"{ \"DicomModalities\" : [] }", "DicomModalities", "must be an object"},
@@ -76,6 +78,24 @@ TEST(OrthancImport, ReadsBothFormsAndBothShapesCarryingTextAsWritten) {
   const auto expanded = importOrthanc(R"({ "pacs" : { "AET" : "PACS", "Host" : "10.0.0.1", "Port" : 104 } })");
   ASSERT_EQ(expanded.nodes.size(), 1u);
   EXPECT_EQ(expanded.nodes[0].name, "pacs");
+}
+
+// Orthanc's shipped configuration ends every block comment in "**/"; text inside strings
+// is never a comment.
+TEST(OrthancImport, CommentsAsOrthancReadsThem) {
+  const char* cases[] = {
+      "/**\n * Network topology\n **/\n{ \"DicomModalities\" : { \"a\" : [\"A//B\", \"h/*x*/\", 104] } }",
+      "{ /* one */ /***/ \"DicomModalities\" /** two **/ : { \"a\" : [\"A//B\", \"h/*x*/\", 104] } } // end",
+      "{ \"DicomModalities\" : { // \"b\" : [\"B\", \"h\", 1]\n \"a\" : [\"A//B\", \"h/*x*/\", 104 /* \" */] } }",
+      "{ \"DicomModalities\" : { \"a\" : [\"A//B\", \"h/*x*/\", 104] }, \"Name\" : \"say \\\"/*\\\"\" }",
+  };
+  for (const char* text : cases) {
+    SCOPED_TRACE(text);
+    const auto list = importOrthanc(text);
+    ASSERT_EQ(list.nodes.size(), 1u);
+    EXPECT_EQ(list.nodes[0].aetitle, "A//B");
+    EXPECT_EQ(list.nodes[0].address, "h/*x*/");
+  }
 }
 
 struct ImportLoss {

@@ -117,6 +117,7 @@ PeerList importWeasis(std::string_view text) {
       continue;
     }
     list.nodes.push_back(readDicomNode(element, position, label, list.losses));
+    list.sources.push_back(position);
   }
   return list;
 }

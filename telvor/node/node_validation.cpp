@@ -12,7 +12,7 @@ struct ProblemRow {
   std::string_view message;  // "{}" stands for the offending value where one is shown
 };
 
-constexpr std::array<ProblemRow, 12> kProblems{{
+constexpr std::array<ProblemRow, 15> kProblems{{
     {NodeProblemCode::aetitleMissing, "aetitle-missing", "AE title is missing: set the peer's application entity title."},
     {NodeProblemCode::aetitleEmpty, "aetitle-empty", "AE title is empty: set the peer's application entity title."},
     {NodeProblemCode::aetitleAllSpaces, "aetitle-all-spaces",
@@ -32,6 +32,12 @@ constexpr std::array<ProblemRow, 12> kProblems{{
      "Address \"{}\" begins with a scheme: keep only the host name or IP address (TLS is a setting of its own)."},
     {NodeProblemCode::wadoUrlMissing, "wado-url-missing",
      "Retrieve mode is WADO but no WADO URL is set: set the URL or choose C-MOVE or C-GET."},
+    {NodeProblemCode::wadoUrlInvalid, "wado-url-invalid",
+     "WADO URL \"{}\" is not an http:// or https:// URL with a host: set the WADO service's full URL."},
+    {NodeProblemCode::wadoUrlSchemeMismatch, "wado-url-scheme-mismatch",
+     "WADO URL \"{}\" does not agree with the HTTPS setting: use https:// with HTTPS on, http:// with it off."},
+    {NodeProblemCode::wadoPortInvalid, "wado-port-invalid",
+     "WADO port {} is not a number from 1 to 65535: correct it, or leave it unset."},
 }};
 
 constexpr bool rowsFollowCodes() {
@@ -115,6 +121,52 @@ void checkAddress(const std::optional<std::string>& address, std::vector<NodePro
   if (hasPort(*address)) out.push_back(problem(NodeProblemCode::addressWithPort, *address));
 }
 
+// The scheme ("http" or "https", any case) of a URL "scheme://host[:port][/...]" whose host
+// is not empty and whose port, if any, is a port number; empty when it is not one.
+std::string_view webScheme(std::string_view url) noexcept {
+  const auto end = url.find("://");
+  if (end == std::string_view::npos) return {};
+  const std::string_view scheme = url.substr(0, end);
+  const auto isScheme = [&](std::string_view wanted) {
+    if (scheme.size() != wanted.size()) return false;
+    for (std::size_t i = 0; i < wanted.size(); ++i)
+      if ((scheme[i] | 0x20) != wanted[i]) return false;
+    return true;
+  };
+  if (!isScheme("http") && !isScheme("https")) return {};
+  std::string_view authority = url.substr(end + 3);
+  authority = authority.substr(0, authority.find_first_of("/?#"));
+  if (const auto at = authority.rfind('@'); at != std::string_view::npos) authority.remove_prefix(at + 1);
+  for (const char c : authority)
+    if (static_cast<unsigned char>(c) <= 0x20 || c == 0x7F) return {};
+  std::string_view host = authority;
+  if (authority.starts_with('[')) {
+    const auto close = authority.find(']');
+    if (close == std::string_view::npos) return {};
+    host = authority.substr(0, close + 1);
+    const std::string_view rest = authority.substr(close + 1);
+    if (!rest.empty() && (!rest.starts_with(':') || !isPortNumber(rest.substr(1)))) return {};
+  } else if (const auto colon = authority.find(':'); colon != std::string_view::npos) {
+    host = authority.substr(0, colon);
+    if (!isPortNumber(authority.substr(colon + 1))) return {};
+  }
+  if (host.empty() || host == "[]") return {};
+  return scheme;
+}
+
+void checkWado(const WadoSettings& wado, std::vector<NodeProblem>& out) {
+  if (!wado.url || wado.url->empty()) {
+    out.push_back(problem(NodeProblemCode::wadoUrlMissing));
+  } else if (const std::string_view scheme = webScheme(*wado.url); scheme.empty()) {
+    out.push_back(problem(NodeProblemCode::wadoUrlInvalid, *wado.url));
+  } else if ((scheme.size() == 5) != wado.https) {
+    out.push_back(problem(NodeProblemCode::wadoUrlSchemeMismatch, *wado.url));
+  }
+  // 0 is how a property list writes "no port": the URL's own port, or its scheme's, applies.
+  if (wado.port && (*wado.port < 0 || *wado.port > 65535))
+    out.push_back(problem(NodeProblemCode::wadoPortInvalid, std::to_string(*wado.port)));
+}
+
 }  // namespace
 
 std::string_view codeName(NodeProblemCode code) noexcept { return row(code).name; }
@@ -125,8 +177,7 @@ std::vector<NodeProblem> validate(const DicomNode& node) {
   if (!node.port) problems.push_back(problem(NodeProblemCode::portMissing));
   else if (!isPortNumber(*node.port)) problems.push_back(problem(NodeProblemCode::portInvalid, *node.port));
   checkAddress(node.address, problems);
-  if (node.retrieveMode == RetrieveModeType::wado && (!node.wadoSettings.url || node.wadoSettings.url->empty()))
-    problems.push_back(problem(NodeProblemCode::wadoUrlMissing));
+  if (node.retrieveMode == RetrieveModeType::wado) checkWado(node.wadoSettings, problems);
   return problems;
 }
 

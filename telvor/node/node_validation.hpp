@@ -9,7 +9,9 @@
 // from 1 to 65535; the address is present, not empty, and only a host: no port of its own
 // ("10.0.0.5:104", "[::1]:104") and no scheme ("dicom://pacs"), which the port field and
 // the node's TLS setting stand for (an IPv6 address such as "::1" or "[::1]" is a host);
-// a node retrieved over WADO has a WADO URL. The record's own forms accept all of these; only a network peer will not.
+// a node retrieved over WADO has a WADO URL that is an http:// or https:// URL with a host
+// (the scheme agreeing with the node's HTTPS setting) and a WADO port from 1 to 65535 or
+// none (absent, or 0 as a property list writes none). The record's own forms accept all of these; only a network peer will not.
 #pragma once
 
 #include <string>
@@ -34,6 +36,9 @@ enum class NodeProblemCode {
   addressWithPort,
   addressWithScheme,
   wadoUrlMissing,
+  wadoUrlInvalid,
+  wadoUrlSchemeMismatch,
+  wadoPortInvalid,
 };
 
 // A stable machine-readable name for the code, such as "aetitle-too-long".

@@ -14,6 +14,12 @@ DicomNode working() {
   return n;
 }
 
+void wadoAt(DicomNode& n, const char* url) {
+  n.retrieveMode = RetrieveModeType::wado;
+  n.wadoSettings.url = url;
+  n.wadoSettings.https = true;
+}
+
 std::vector<NodeProblemCode> codes(const DicomNode& n) {
   std::vector<NodeProblemCode> out;
   for (const auto& p : validate(n)) out.push_back(p.code);
@@ -58,8 +64,16 @@ TEST(NodeValidation, RulesAsATable) {
       {[](auto& n) { n.address = "https://pacs:443/x"; }, {C::addressWithScheme}},
       {[](auto& n) { n.retrieveMode = RetrieveModeType::wado; }, {C::wadoUrlMissing}},
       {[](auto& n) { n.retrieveMode = RetrieveModeType::wado, n.wadoSettings.url = ""; }, {C::wadoUrlMissing}},
-      {[](auto& n) { n.retrieveMode = RetrieveModeType::wado, n.wadoSettings.url = "https://pacs/wado"; }, {}},
+      {[](auto& n) { wadoAt(n, "https://pacs/wado"); }, {}},
       {[](auto& n) { n.wadoSettings.url.reset(); }, {}},
+      // A WADO node's URL is a web URL with a host, its scheme as the HTTPS setting says.
+      {[](auto& n) { wadoAt(n, "HTTPS://user@[::1]:8443/wado?x=1"), n.wadoSettings.port = 0; }, {}},
+      {[](auto& n) { wadoAt(n, "wado"); }, {C::wadoUrlInvalid}},  // a property list's placeholder
+      {[](auto& n) { wadoAt(n, "https:///wado"); }, {C::wadoUrlInvalid}},
+      {[](auto& n) { wadoAt(n, "https://pacs:99999/wado"); }, {C::wadoUrlInvalid}},
+      {[](auto& n) { wadoAt(n, "http://pacs/wado"); }, {C::wadoUrlSchemeMismatch}},
+      {[](auto& n) { wadoAt(n, "ftp://pacs"), n.wadoSettings.port = 65536; }, {C::wadoUrlInvalid, C::wadoPortInvalid}},
+      {[](auto& n) { n.wadoSettings.url = "wado", n.wadoSettings.port = -3; }, {}},  // only WADO nodes need them
       {[](auto& n) { n.aetitle.reset(), n.port.reset(), n.address.reset(); },
        {C::aetitleMissing, C::portMissing, C::addressMissing}},
   };

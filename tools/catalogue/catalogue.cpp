@@ -280,7 +280,10 @@ CatalogueEditor CatalogueEditor::open(const std::filesystem::path& path, const O
   auto lock = CatalogueLock::acquire(ec ? path : target, options.wait);
   bool missing = false;
   const std::string bytes = readFile(path, options.maxInputBytes, options.createIfMissing ? &missing : nullptr);
-  auto catalogue = missing ? Catalogue::empty(Catalogue::formatOf(path, {})) : parseFile(path, bytes);
+  // An empty file (made by `touch`, say) is an empty catalogue too.
+  const bool blank = bytes.find_first_not_of(" \t\r\n") == std::string::npos;
+  auto catalogue = missing || (options.createIfMissing && blank) ? Catalogue::empty(Catalogue::formatOf(path, {}))
+                                                                 : parseFile(path, bytes);
   return CatalogueEditor(path, options, std::move(lock), std::move(catalogue));
 }
 

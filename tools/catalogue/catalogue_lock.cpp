@@ -22,9 +22,19 @@ std::filesystem::path CatalogueLock::sidecarOf(const std::filesystem::path& cata
 CatalogueLock CatalogueLock::acquire(const std::filesystem::path& catalogue, std::chrono::milliseconds wait) {
   const auto sidecar = sidecarOf(catalogue);
   const int fd = ::open(sidecar.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-  if (fd < 0)
+  if (fd < 0) {
+    const int error = errno;
+    // The lock lives beside the catalogue: a folder that cannot be written is what to fix.
+    if (error == EACCES || error == EROFS || error == EPERM) {
+      const auto folder = catalogue.has_parent_path() ? catalogue.parent_path() : std::filesystem::path(".");
+      throw CatalogueError(CatalogueError::Kind::notSaved,
+                           "cannot write in the folder \"" + folder.string() + "\" (" + std::strerror(error) +
+                               "): saving \"" + catalogue.filename().string() +
+                               "\" needs a lock file and a new copy there; nothing was changed");
+    }
     throw CatalogueError(CatalogueError::Kind::notSaved, "cannot open the lock file \"" + sidecar.string() +
-                                                             "\": " + std::strerror(errno));
+                                                             "\": " + std::strerror(error));
+  }
   const auto deadline = std::chrono::steady_clock::now() + wait;
   // Polling rather than a blocking flock with an alarm: no signal handlers in a library.
   auto pause = std::chrono::milliseconds(5);

@@ -5,6 +5,9 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <optional>
+#include <tuple>
 #include <memory>
 #include <utility>
 
@@ -44,6 +47,7 @@ struct Section {
   std::string id;
   std::vector<std::pair<std::string, std::string>> entries;  // in file order; repeated keys kept
   std::vector<std::pair<std::string, bool>> flags;           // DCMTK's reading of each value as a boolean
+  std::map<std::string, std::string> spellings;               // key as DCMTK reads it -> as the file writes it
 
   const std::string* find(std::string_view key) const {  // the first wins, as for DCMTK
     for (const auto& [k, v] : entries)
@@ -55,19 +59,61 @@ struct Section {
       if (k == key) return v;
     return fallback;
   }
+  // The key as the file spells it, for reports.
+  std::string spelled(const std::string& key) const {
+    const auto it = spellings.find(key);
+    return it == spellings.end() ? key : it->second;
+  }
 };
+
+// A key or section ID as DCMTK reads it: upper case, only A-Z 0-9 - _.
+std::string dcmtkId(std::string_view text) {
+  std::string id;
+  for (char c : text) {
+    const char u = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    if ((u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9') || u == '-' || u == '_') id += u;
+  }
+  return id;
+}
+
+// The spelling of every key of the [[COMMUNICATION]] sections as written, by section ID:
+// DCMTK's reader hands back only the upper-cased keys.
+std::map<std::string, std::map<std::string, std::string>> keySpellings(std::string_view text) {
+  std::map<std::string, std::map<std::string, std::string>> spellings;
+  std::string group, section;
+  std::size_t at = 0;
+  while (at < text.size()) {
+    std::size_t end = text.find('\n', at);
+    if (end == std::string_view::npos) end = text.size();
+    std::string_view line = text.substr(at, end - at);
+    at = end + 1;
+    if (line.empty() || line.front() == '#' || line.front() == ' ' || line.front() == '\t') continue;
+    if (line.starts_with("[[")) {
+      group = dcmtkId(line);
+    } else if (line.front() == '[') {
+      section = dcmtkId(line);
+    } else if (const auto equals = line.find('='); equals != std::string_view::npos && group == "COMMUNICATION") {
+      std::string_view key = line.substr(0, equals);
+      while (!key.empty() && (key.back() == ' ' || key.back() == '\t')) key.remove_suffix(1);
+      spellings[section].emplace(dcmtkId(key), std::string(key));  // the first wins, as for DCMTK
+    }
+  }
+  return spellings;
+}
 
 std::vector<Section> communicationSections(std::string_view text) {
   std::unique_ptr<FILE, int (*)(FILE*)> file(fmemopen(const_cast<char*>(text.data()), text.size(), "rb"), &std::fclose);
   if (text.empty() || !file) throw PeerFormatError("line 1", "empty: no [[COMMUNICATION]] group");
   OFConfigFile config(file.get());
+  auto spellings = keySpellings(text);
   std::vector<Section> sections;
   bool found = false;
   for (config.first_section(2); config.section_valid(2); config.next_section(2)) {
     if (std::strcmp(config.get_keyword(2), "COMMUNICATION") != 0) continue;
     found = true;
     for (config.first_section(1); config.section_valid(1); config.next_section(1)) {
-      Section section{config.get_keyword(1), {}, {}};
+      Section section{config.get_keyword(1), {}, {}, {}};
+      section.spellings = spellings[section.id];
       for (config.first_section(0); config.section_valid(0); config.next_section(0)) {
         section.entries.emplace_back(config.get_keyword(0), config.get_value());
         section.flags.emplace_back(config.get_keyword(0), config.get_bool_value(OFFalse) != OFFalse);
@@ -79,6 +125,25 @@ std::vector<Section> communicationSections(std::string_view text) {
   return sections;
 }
 
+// The node's name for a section: its description, followed by " [ID]" unless the ID is
+// what the description gives anyway, so that export finds the ID again; the ID alone
+// without a description.
+std::string nameOf(const std::string& id, const std::optional<std::string>& description) {
+  if (!description || description->empty()) return id;
+  if (dcmtkId(*description) == id) return *description;
+  return *description + " [" + id + ']';
+}
+
+// A name that ends in " [ID]" (a valid section ID): the description before it and the ID.
+std::optional<std::pair<std::string, std::string>> splitSectionId(const std::string& name) {
+  if (!name.ends_with(']')) return std::nullopt;
+  const auto open = name.rfind(" [");
+  if (open == std::string::npos) return std::nullopt;
+  std::string id = name.substr(open + 2, name.size() - open - 3);
+  if (id.empty() || dcmtkId(id) != id) return std::nullopt;
+  return std::pair(name.substr(0, open), std::move(id));
+}
+
 TlsSettings readTls(const Section& s, std::size_t position, const std::string& label, std::vector<peers::PeerLoss>& losses) {
   TlsSettings tls;
   tls.isEnabled = s.flag("USETLS", false);
@@ -88,7 +153,12 @@ TlsSettings readTls(const Section& s, std::size_t position, const std::string& l
       tls.securityProfile = row->second;
     } else if (std::find(kProfilesWithoutCase.begin(), kProfilesWithoutCase.end(), *name) != kProfilesWithoutCase.end()) {
       tls.securityProfile = kDcmtkDefaultProfile;
-      losses.push_back({position, label, "TLSProfile", '"' + *name + '"', "BCP195 (profile 3; no case for it)"});
+      const bool unencrypted = *name == "NULL";
+      losses.push_back({position, label, s.spelled("TLSPROFILE"), '"' + *name + '"',
+                        unencrypted ? "BCP195 (profile 3): TLS without encryption has no case, so this peer would be "
+                                      "reached with encryption it does not offer"
+                                    : "BCP195 (profile 3; no case for it)",
+                        unencrypted});
     } else {
       throw PeerFormatError("[" + s.id + "]", "TLSProfile \"" + *name + "\" is not a profile DCMTK knows (names are case-sensitive)");
     }
@@ -128,7 +198,7 @@ peers::PeerList importDcmpstatCommunication(std::string_view text) {
   for (const Section& s : communicationSections(text)) {
     ++position;
     const std::string* description = s.find("DESCRIPTION");
-    const std::string label = description ? *description : s.id;
+    const std::string label = nameOf(s.id, description ? std::optional(*description) : std::nullopt);
     const std::string type = s.find("TYPE") ? *s.find("TYPE") : "STORAGE";
     if (type == "PRINTER" || type == "RECEIVER" || type == "LOCALPRINTER") {
       list.losses.push_back({position, label, "node", "Type " + type,
@@ -146,15 +216,16 @@ peers::PeerList importDcmpstatCommunication(std::string_view text) {
     for (const auto& [key, value] : s.entries) {
       if (std::find(kMapped.begin(), kMapped.end(), key) != kMapped.end()) continue;
       const bool secret = key.find("PASSWORD") != std::string::npos;
-      list.losses.push_back({position, label, key, secret ? "(set, not shown)" : '"' + value + '"',
+      list.losses.push_back({position, label, s.spelled(key), secret ? "(set, not shown)" : '"' + value + '"',
                              "not kept (no field for it)"});
     }
     for (const char* file : {"CERTIFICATE", "PRIVATEKEY"})
       if (const std::string* v = s.find(file))
-        list.losses.push_back({position, label, file, '"' + *v + '"', "file name not kept"});
+        list.losses.push_back({position, label, s.spelled(file), '"' + *v + '"', "file name not kept"});
     if (type != "STORAGE")
-      list.losses.push_back({position, label, "TYPE", '"' + type + '"', "read as STORAGE, as DCMTK does"});
+      list.losses.push_back({position, label, s.spelled("TYPE"), '"' + type + '"', "read as STORAGE, as DCMTK does"});
     list.nodes.push_back(std::move(node));
+    list.sources.push_back(position);
   }
   return list;
 }
@@ -174,19 +245,21 @@ peers::PeerExport exportDcmpstatCommunication(std::span<const DicomNode> nodes, 
     if (!node.port || !peers::portInRange(*node.port, 1, 65535, &port))
       throw PeerFormatError(place, "port " + (node.port ? '"' + *node.port + '"' : std::string("absent")) +
                                        " is not a number in 1-65535");
+    // A name read from a section ("Archive [STORE_1]") gives its section ID back.
+    std::optional<std::string> description = node.name;
     std::string wanted;
-    for (char c : node.name.value_or(node.aetitle.value_or(""))) {
-      const char u = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-      if ((u >= 'A' && u <= 'Z') || (u >= '0' && u <= '9') || u == '-' || u == '_') wanted += u;
-    }
+    if (node.name)
+      if (auto split = splitSectionId(*node.name)) std::tie(description, wanted) = std::move(*split);
+    if (wanted.empty()) wanted = dcmtkId(description.value_or(node.aetitle.value_or("")));
     if (wanted.empty()) wanted = "NODE" + std::to_string(position);
     const std::string id = ids.claim(wanted);
+    if (description && (description->empty() || *description == id)) description.reset();  // the ID says it
 
     DicomNode carried;
     std::string& text = out.text;
     text += "\n[" + id + "]\nType = STORAGE\n";
-    if (node.name) text += "Description = " + *node.name + '\n';
-    carried.name = node.name ? withoutLeadingBlanks(*node.name) : id;
+    if (description) text += "Description = " + *description + '\n';
+    carried.name = nameOf(id, description ? std::optional(withoutLeadingBlanks(*description)) : std::nullopt);
     if (node.aetitle) text += "Aetitle = " + *node.aetitle + '\n';
     if (node.address) text += "Hostname = " + *node.address + '\n';
     text += "Port = " + *node.port + '\n';

@@ -63,7 +63,7 @@ TEST(DcmpstatCommunication, ImportsStorageTargetsAsDcmtkReadsThem) {
   const auto list = importDcmpstatCommunication(kSample);
   ASSERT_EQ(list.nodes.size(), 2u);
   const DicomNode& archive = list.nodes[0];
-  EXPECT_EQ(archive.name, "Long-term archive");
+  EXPECT_EQ(archive.name, "Long-term archive [ARCHIVE]");  // the section ID, for the export
   EXPECT_EQ(archive.aetitle, "LTA_MAIN");
   EXPECT_EQ(archive.port, "11112");
   ASSERT_TRUE(archive.tlsSettings);
@@ -76,11 +76,12 @@ TEST(DcmpstatCommunication, ImportsStorageTargetsAsDcmtkReadsThem) {
 
   std::vector<std::string> losses;
   for (const auto& loss : list.losses) losses.push_back(describe(loss));
+  EXPECT_EQ(list.sources, (std::vector<std::size_t>{1, 2}));
   EXPECT_EQ(losses, (std::vector<std::string>{
-                        "node 1 \"Long-term archive\": PRIVATEKEYPASSWORD: (set, not shown) -> not kept (no field for it)",
-                        "node 1 \"Long-term archive\": MAXPDU: \"32768\" -> not kept (no field for it)",
-                        "node 1 \"Long-term archive\": CERTIFICATE: \"reader.pem\" -> file name not kept",
-                        "node 1 \"Long-term archive\": PRIVATEKEY: \"reader.key\" -> file name not kept",
+                        "node 1 \"Long-term archive [ARCHIVE]\": PrivateKeyPassword: (set, not shown) -> not kept (no field for it)",
+                        "node 1 \"Long-term archive [ARCHIVE]\": MaxPDU: \"32768\" -> not kept (no field for it)",
+                        "node 1 \"Long-term archive [ARCHIVE]\": Certificate: \"reader.pem\" -> file name not kept",
+                        "node 1 \"Long-term archive [ARCHIVE]\": PrivateKey: \"reader.key\" -> file name not kept",
                         "node 3 \"RECEIVER\": node: Type RECEIVER -> skipped (a local service, not a peer)",
                         "node 4 \"PRINT\": node: Type PRINTER -> skipped (a printer, not a storage peer)"}));
 }
@@ -88,8 +89,12 @@ TEST(DcmpstatCommunication, ImportsStorageTargetsAsDcmtkReadsThem) {
 TEST(DcmpstatCommunication, TlsDefaultsAreDcmtksAndUnknownProfilesAreRefused) {
   const auto defaults = importDcmpstatCommunication("[[COMMUNICATION]]\n[A]\nAetitle = A\nUseTLS = on\n");
   EXPECT_EQ(*defaults.nodes.at(0).tlsSettings, tls(true, TLSSecurityProfile::profile3, true, false));
-  const auto null = importDcmpstatCommunication("[[COMMUNICATION]]\n[A]\nUseTLS = true\nTLSProfile = NULL\n");
-  EXPECT_EQ(null.losses.at(0).field, "TLSProfile");
+  // TLS without encryption cannot be carried: the one loss that changes how the peer is reached.
+  const auto null = importDcmpstatCommunication("[[COMMUNICATION]]\n[A]\nUseTLS = true\ntlsprofile = NULL\n");
+  EXPECT_EQ(null.losses.at(0).field, "tlsprofile");
+  EXPECT_TRUE(null.losses.at(0).unfaithful);
+  const auto later = importDcmpstatCommunication("[[COMMUNICATION]]\n[A]\nUseTLS = true\nTLSProfile = BCP195-RFC8996\n");
+  EXPECT_FALSE(later.losses.at(0).unfaithful);
 
   const std::pair<const char*, const char*> damaged[] = {
       {"[[COMMUNICATION]]\n[A]\nUseTLS = true\nTLSProfile = bcp195\n", "[A]"},  // names are exact case
@@ -109,7 +114,8 @@ TEST(DcmpstatCommunication, ExportReadsBackThroughOfConfigFile) {
   std::vector<DicomNode> nodes;
   for (const TLSSecurityProfile profile : allCases<TLSSecurityProfile>()) {
     if (profile == TLSSecurityProfile::profile0) continue;  // no dcmpstat name
-    DicomNode node = peer("Archive", "ARCH", "11112");
+    const std::string name = "Archive " + std::to_string(rawValue(profile));
+    DicomNode node = peer(name.c_str(), "ARCH", "11112");
     node.tlsSettings = tls(true, profile, rawValue(profile) % 2 == 0, true);
     nodes.push_back(node);
   }
@@ -125,8 +131,30 @@ TEST(DcmpstatCommunication, ExportReadsBackThroughOfConfigFile) {
     expected.uniqueId = back.nodes[i].uniqueId;
     EXPECT_EQ(back.nodes[i], expected) << i << '\n' << out.text;
   }
-  EXPECT_NE(out.text.find("[ARCHIVE_2]"), std::string::npos);
+  EXPECT_NE(out.text.find("[ARCHIVE2]"), std::string::npos);
   EXPECT_NE(out.text.find("[CTROOM2]"), std::string::npos);
+}
+
+TEST(DcmpstatCommunication, SectionIdsComeBackOnExport) {
+  const auto list = importDcmpstatCommunication(
+      "[[COMMUNICATION]]\n[STORE_1]\nDescription = Main archive\nAetitle = A\nHostname = h\nPort = 104\n"
+      "[ARCHIVE]\nDescription = Archive\nAetitle = B\nHostname = h\nPort = 104\n"
+      "[PACS]\nAetitle = C\nHostname = h\nPort = 104\n");
+  ASSERT_EQ(list.nodes.size(), 3u);
+  EXPECT_EQ(list.nodes[0].name, "Main archive [STORE_1]");
+  EXPECT_EQ(list.nodes[1].name, "Archive");  // its description gives the ID back
+  EXPECT_EQ(list.nodes[2].name, "PACS");
+  const auto out = exportDcmpstatCommunication(list.nodes);
+  EXPECT_TRUE(out.losses.empty()) << describe(out.losses.front());
+  EXPECT_NE(out.text.find("[STORE_1]\nType = STORAGE\nDescription = Main archive\nAetitle = A\n"), std::string::npos)
+      << out.text;
+  EXPECT_NE(out.text.find("[ARCHIVE]\nType = STORAGE\nDescription = Archive\n"), std::string::npos) << out.text;
+  EXPECT_NE(out.text.find("[PACS]\nType = STORAGE\nAetitle = C\n"), std::string::npos) << out.text;
+
+  // A second node of the same name gets another ID, and reads back carrying it.
+  const auto twice = exportDcmpstatCommunication(std::vector{list.nodes[1], list.nodes[1]});
+  ASSERT_EQ(twice.losses.size(), 1u);
+  EXPECT_EQ(describe(twice.losses[0]), "node 2 \"Archive\": name: \"Archive\" -> reads back as \"Archive [ARCHIVE_2]\"");
 }
 
 TEST(DcmpstatCommunication, ExportReportsWhatTheFileCannotHoldAndRefusesLineBreaks) {

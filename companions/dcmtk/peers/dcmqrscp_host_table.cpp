@@ -105,6 +105,7 @@ peers::PeerList importDcmqrscpHostTable(std::string_view text) {
       node.address = std::get<1>(peer);
       node.port = std::to_string(std::get<2>(peer));
       list.nodes.push_back(std::move(node));
+      list.sources.push_back(position);
     }
   }
   return list;

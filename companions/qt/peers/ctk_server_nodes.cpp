@@ -206,6 +206,7 @@ void readList(detail::IniSettingsFile& file, const Layout& layout, peers::PeerLi
       continue;
     }
     list.nodes.push_back(std::move(node));
+    list.sources.push_back(i + 1);
   }
 }
 

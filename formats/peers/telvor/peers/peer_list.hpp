@@ -30,6 +30,9 @@ struct PeerLoss {
   std::string field;         // the field as its side names it ("LocalAet", "tlsSettings.securityProfile", "node")
   std::string lost;          // the value that could not be held (secrets are never shown)
   std::string chosen;        // what was done instead
+  // The node as carried would reach its peer otherwise than the source says (TLS without
+  // encryption read as an encrypting profile): such losses are worth a person's look first.
+  bool unfaithful = false;
 
   friend bool operator==(const PeerLoss&, const PeerLoss&) = default;
 };
@@ -38,6 +41,10 @@ struct PeerLoss {
 struct PeerList {
   std::vector<DicomNode> nodes;
   std::vector<PeerLoss> losses;
+  // The source position each node was read from (a loss's `position`), one per node; a
+  // source entry may give several nodes (a group) or none (skipped, with a "node" loss).
+  // Empty: node i comes from position i + 1.
+  std::vector<std::size_t> sources;
 };
 
 // A written peer list: the file's text, and the losses of writing it.

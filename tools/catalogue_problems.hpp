@@ -1,0 +1,32 @@
+// What `check` and `add` find wrong with a node among the others of its catalogue, beside
+// what the node alone gets from validate(): an empty name, and a second node for the same
+// peer.
+//
+//   for (const auto& p : telvor::tool::catalogueProblems(catalogue.nodes(), i))
+//     std::cout << p.code << ": " << p.message << '\n';   // "duplicate: Same AE title, ..."
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "telvor/node/dicom_node.hpp"
+
+namespace telvor::tool {
+
+struct CatalogueProblem {
+  std::string code;     // "name-empty", "duplicate"
+  std::string message;  // what is wrong and what to do about it
+};
+
+// The problems of `nodes[index]`: its name is present but empty; an earlier node has the
+// same AE title, address and port (the later one is flagged, naming the earlier by its
+// number in `list`).
+std::vector<CatalogueProblem> catalogueProblems(std::span<const DicomNode> nodes, std::size_t index);
+
+// The number (from 1) of the first of `nodes` with the AE title, address and port of `node`.
+std::optional<std::size_t> samePeerAs(std::span<const DicomNode> nodes, const DicomNode& node);
+
+}  // namespace telvor::tool
