@@ -147,9 +147,9 @@ constexpr std::size_t flatFieldCount() noexcept {
 }
 
 // The position of the field `member` of R, counting nested fields (depth first, a record's
-// row before its own fields). Not a constant, so not compiling, for a member with no row.
+// row before its own fields). Does not compile for a member with no row.
 template <DescribedRecord R, class T>
-constexpr std::size_t fieldPosition(T R::*member) {
+consteval std::size_t fieldPosition(T R::*member) {
   std::size_t position = 0;
   bool found = false;
   forEachField<R>([&](const auto& f) {
@@ -171,13 +171,13 @@ constexpr std::size_t fieldPosition(T R::*member) {
 // The position of `inner`, a field of the record that R's field `outer` holds.
 template <DescribedRecord R, class T, class N, class U>
   requires std::is_same_v<NestedRecordOf<T>, N>
-constexpr std::size_t fieldPosition(T R::*outer, U N::*inner) {
+consteval std::size_t fieldPosition(T R::*outer, U N::*inner) {
   return fieldPosition(outer) + 1 + fieldPosition(inner);
 }
 
-// The label of the field `member` of R; not compiling for a member with no row.
+// The label of the field `member` of R. Does not compile for a member with no row.
 template <DescribedRecord R, class T>
-constexpr std::string_view fieldLabel(T R::*member) {
+consteval std::string_view fieldLabel(T R::*member) {
   std::string_view label;
   forEachField<R>([&](const auto& f) {
     if constexpr (std::is_same_v<typename std::remove_cvref_t<decltype(f)>::value_type, T>)
@@ -199,14 +199,14 @@ class FieldSet {
 
   // The set of the given fields of R.
   template <class... T>
-  static constexpr FieldSet of(T R::*... members) {
+  static consteval FieldSet of(T R::*... members) {
     FieldSet set;
     ((set.bits_ |= bit(fieldPosition(members))), ...);
     return set;
   }
   // The set holding one field of a record that R holds.
   template <class T, class N, class U>
-  static constexpr FieldSet nested(T R::*outer, U N::*inner) {
+  static consteval FieldSet nested(T R::*outer, U N::*inner) {
     FieldSet set;
     set.bits_ = bit(fieldPosition(outer, inner));
     return set;
