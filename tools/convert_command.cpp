@@ -60,10 +60,8 @@ Dropped droppedEntries(const std::string& bytes, Format from) {
     });
     return dropped;
   }
-  static const std::set<std::string, std::less<>> known{"uniqueId",       "aetitle",      "name",
-                                                         "address",        "port",         "transferSyntax",
-                                                         "retrieveMode",   "isDicomNode",  "isQueryable",
-                                                         "wadoSettings",   "icon",         "tlsSettings"};
+  static constexpr auto keys = fieldKeys<DicomNode>();
+  static const std::set<std::string_view, std::less<>> known(keys.begin(), keys.end());
   std::vector<std::string_view> unknown;
   const auto countIn = [&](const DecoderBackend& backend, DecoderBackend::Position root) {
     const auto count = [&](DecoderBackend::Position value) {

@@ -14,12 +14,13 @@ namespace telvor::tool {
 // "set", "empty" or "absent".
 std::string_view passwordState(const DicomNode& node) noexcept;
 
-// {"index": N, "node": CODED FORM without the WADO password, "wadoPassword": STATE}.
+// {"index": N, "node": CODED FORM without secrets (URL passwords masked), "wadoPassword": STATE}.
 // Without `withIdentifier` (property lists, whose identifiers are drawn at each read) the
 // coded form leaves "uniqueId" out.
 boost::json::object nodeEntry(const DicomNode& node, std::size_t index, bool withIdentifier);
 
-// Every field of the node, one "Label: value" line each, labels aligned.
+// Every field of the node in its field table's order, nested records' fields in their
+// place: one "Label: value" line each, labels aligned, secrets shown only as their state.
 std::string formatNodeFields(const DicomNode& node, std::size_t index, bool withIdentifier);
 
 }  // namespace telvor::tool

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <functional>
+#include <string_view>
 
 #include "support/terminal_text.hpp"
 
@@ -24,19 +25,19 @@ std::string wadoCell(const DicomNode& n) {
 }
 
 struct Column {
-  const char* header;
+  std::string_view header;
   Cell cell;
 };
 
 const std::array<Column, 8>& columns() {
   static const std::array<Column, 8> table{{
-      {"Name", [](const DicomNode& n) { return orDash(n.name); }},
-      {"AE title", [](const DicomNode& n) { return orDash(n.aetitle); }},
-      {"Address", [](const DicomNode& n) { return orDash(n.address); }},
-      {"Port", [](const DicomNode& n) { return orDash(n.port); }},
-      {"Retrieve", [](const DicomNode& n) { return std::string(title(n.retrieveMode)); }},
-      {"Transfer syntax", [](const DicomNode& n) { return std::string(title(n.transferSyntax)); }},
-      {"TLS", tlsCell},
+      {fieldLabel(&DicomNode::name), [](const DicomNode& n) { return orDash(n.name); }},
+      {fieldLabel(&DicomNode::aetitle), [](const DicomNode& n) { return orDash(n.aetitle); }},
+      {fieldLabel(&DicomNode::address), [](const DicomNode& n) { return orDash(n.address); }},
+      {fieldLabel(&DicomNode::port), [](const DicomNode& n) { return orDash(n.port); }},
+      {fieldLabel(&DicomNode::retrieveMode), [](const DicomNode& n) { return std::string(title(n.retrieveMode)); }},
+      {fieldLabel(&DicomNode::transferSyntax), [](const DicomNode& n) { return std::string(title(n.transferSyntax)); }},
+      {fieldLabel(&TlsSettings::isEnabled), tlsCell},
       {"WADO", wadoCell},
   }};
   return table;

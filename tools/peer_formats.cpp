@@ -1,6 +1,7 @@
 #include "peer_formats.hpp"
 
 #include <array>
+#include <utility>
 
 #include "telvor/peers/orthanc.hpp"
 #include "telvor/peers/weasis.hpp"
@@ -40,6 +41,14 @@ peers::PeerExport mergeCtk(std::span<const DicomNode> nodes, std::string_view ex
 }
 #endif
 
+constexpr PeerFields kName = PeerFields::of(&DicomNode::name);
+constexpr PeerFields kAddressing = PeerFields::of(&DicomNode::aetitle, &DicomNode::address, &DicomNode::port);
+constexpr PeerFields kTransferSyntax = PeerFields::of(&DicomNode::transferSyntax);
+constexpr PeerFields kRetrieveMode = PeerFields::of(&DicomNode::retrieveMode);
+constexpr PeerFields kQueryable = PeerFields::of(&DicomNode::isQueryable);
+constexpr PeerFields kTls = PeerFields::of(&DicomNode::tlsSettings);
+constexpr PeerFields kTlsEnabled = PeerFields::nested(&DicomNode::tlsSettings, &TlsSettings::isEnabled);
+
 constexpr PeerFormat kFormats[] = {
     {"orthanc", "Orthanc's configuration (DicomModalities) or GET /modalities?expand", &peers::importOrthanc,
      &peers::exportOrthanc, kName | kAddressing | kRetrieveMode | kTlsEnabled, nullptr},
@@ -69,22 +78,8 @@ const PeerFormat& peerFormat(std::string_view name) {
   throw UsageError("unknown peer format \"" + std::string(name) + "\" (this build offers " + offered + ")");
 }
 
-DicomNode withCarriedFields(DicomNode target, const DicomNode& source, unsigned carried) {
-  if (carried & kName) target.name = source.name;
-  if (carried & kAddressing) {
-    target.aetitle = source.aetitle;
-    target.address = source.address;
-    target.port = source.port;
-  }
-  if (carried & kTransferSyntax) target.transferSyntax = source.transferSyntax;
-  if (carried & kRetrieveMode) target.retrieveMode = source.retrieveMode;
-  if (carried & kQueryable) target.isQueryable = source.isQueryable;
-  if (carried & kTls) target.tlsSettings = source.tlsSettings;
-  if ((carried & kTlsEnabled) && source.tlsSettings) {
-    if (!target.tlsSettings) target.tlsSettings = TlsSettings();
-    target.tlsSettings->isEnabled = source.tlsSettings->isEnabled;
-  }
-  return target;
+DicomNode withCarriedFields(DicomNode target, const DicomNode& source, PeerFields carried) {
+  return withFields(std::move(target), source, carried);
 }
 
 }  // namespace telvor::tool

@@ -14,22 +14,14 @@
 namespace telvor::tool {
 
 // Which node fields a format carries: --replace-matching updates only these.
-enum PeerField : unsigned {
-  kName = 1u << 0,
-  kAddressing = 1u << 1,  // aetitle, address, port
-  kTransferSyntax = 1u << 2,
-  kRetrieveMode = 1u << 3,
-  kQueryable = 1u << 4,
-  kTls = 1u << 5,         // all TLS settings
-  kTlsEnabled = 1u << 6,  // only whether TLS is on
-};
+using PeerFields = FieldSet<DicomNode>;
 
 struct PeerFormat {
   std::string_view name;
   std::string_view description;
   peers::PeerList (*read)(std::string_view text);
   peers::PeerExport (*write)(std::span<const DicomNode> nodes);
-  unsigned carried;  // PeerField bits
+  PeerFields carried;
   // For formats whose file holds more than the peers (an application's settings): writes
   // the nodes into the existing file's text, keeping the rest. Null: export replaces the file.
   peers::PeerExport (*merge)(std::span<const DicomNode> nodes, std::string_view existing);
@@ -46,6 +38,6 @@ std::span<const PeerFormat> peerFormats() noexcept;
 const PeerFormat& peerFormat(std::string_view name);
 
 // `target` with the fields `carried` names taken from `source`; everything else kept.
-DicomNode withCarriedFields(DicomNode target, const DicomNode& source, unsigned carried);
+DicomNode withCarriedFields(DicomNode target, const DicomNode& source, PeerFields carried);
 
 }  // namespace telvor::tool

@@ -15,8 +15,13 @@ namespace telvor::qt {
 
 namespace {
 
-const std::array<const char*, NodeTableModel::columnCount_> kHeaders{
-    "Name", "AE title", "Address", "Port", "Retrieve", "Transfer syntax", "TLS", "Status", "Checked"};
+// The fields' own labels, as every other view of a node shows them.
+constexpr std::array<std::string_view, NodeTableModel::columnCount_> kHeaders{
+    fieldLabel(&DicomNode::name),           fieldLabel(&DicomNode::aetitle),
+    fieldLabel(&DicomNode::address),        fieldLabel(&DicomNode::port),
+    fieldLabel(&DicomNode::retrieveMode),   fieldLabel(&DicomNode::transferSyntax),
+    fieldLabel(&TlsSettings::isEnabled),    "Status",
+    "Checked"};
 
 QString text(const std::optional<std::string>& value) { return value ? QString::fromStdString(*value) : QString(); }
 
@@ -256,7 +261,7 @@ Qt::ItemFlags NodeTableModel::flags(const QModelIndex& index) const {
 QVariant NodeTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
   if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section < 0 || section >= columnCount_)
     return QAbstractTableModel::headerData(section, orientation, role);
-  return QString::fromLatin1(kHeaders[static_cast<std::size_t>(section)]);
+  return text(kHeaders[static_cast<std::size_t>(section)]);
 }
 
 bool NodeTableModel::removeRows(int row, int count, const QModelIndex& parent) {

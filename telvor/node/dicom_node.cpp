@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "telvor/node/detail/optional_text.hpp"
 
 namespace telvor {
 
@@ -25,13 +24,6 @@ std::string DicomNode::tlsCertificateID(std::string_view applicationIdentifier) 
   return id;
 }
 
-bool operator==(const DicomNode& a, const DicomNode& b) noexcept {
-  using detail::optionalTextEquals;
-  return a.uniqueId == b.uniqueId && optionalTextEquals(a.aetitle, b.aetitle) && optionalTextEquals(a.name, b.name) &&
-         optionalTextEquals(a.address, b.address) && optionalTextEquals(a.port, b.port) &&
-         a.transferSyntax == b.transferSyntax && a.retrieveMode == b.retrieveMode && a.isDicomNode == b.isDicomNode &&
-         a.isQueryable == b.isQueryable && a.wadoSettings == b.wadoSettings && optionalTextEquals(a.icon, b.icon) &&
-         a.tlsSettings == b.tlsSettings;
-}
+bool operator==(const DicomNode& a, const DicomNode& b) noexcept { return fieldsEqual(a, b); }
 
 }  // namespace telvor

@@ -49,6 +49,7 @@
 #include "telvor/coding/codable.hpp"
 #include "telvor/coding/dictionary_form.hpp"
 #include "telvor/coding/property_dictionary.hpp"
+#include "telvor/coding/record_fields.hpp"
 #include "telvor/node/tls_settings.hpp"
 #include "telvor/node/wado_settings.hpp"
 #include "telvor/platform/uuid.hpp"
@@ -102,6 +103,26 @@ struct TELVOR_API DicomNode {
   // Every field at its default except `uniqueId`, which is absent: the start of decoding,
   // which must not draw random identifiers it is about to overwrite.
   explicit DicomNode(Blank) noexcept;
+};
+
+// The fields, once: coded keys, labels for people, members (record_fields.hpp). A new
+// field is one row here (and its keys in the dictionary form, which is written by hand).
+template <>
+struct FieldTable<DicomNode> {
+  static constexpr std::tuple fields{
+      field("uniqueId", "Identifier", &DicomNode::uniqueId, FieldRole::identity),
+      field("aetitle", "AE title", &DicomNode::aetitle),
+      field("name", "Name", &DicomNode::name),
+      field("address", "Address", &DicomNode::address),
+      field("port", "Port", &DicomNode::port),
+      field("transferSyntax", "Transfer syntax", &DicomNode::transferSyntax),
+      field("retrieveMode", "Retrieve", &DicomNode::retrieveMode),
+      field("isDicomNode", "DICOM node", &DicomNode::isDicomNode),
+      field("isQueryable", "Queryable", &DicomNode::isQueryable),
+      field("wadoSettings", "WADO settings", &DicomNode::wadoSettings),
+      field("icon", "Icon", &DicomNode::icon),
+      field("tlsSettings", "TLS settings", &DicomNode::tlsSettings),
+  };
 };
 
 }  // namespace telvor

@@ -1,18 +1,16 @@
 #include "telvor/node/tls_settings.hpp"
 
-#include <array>
-#include <string_view>
-
-#include "telvor/coding/decoder.hpp"
-#include "telvor/coding/encoder.hpp"
+#include "telvor/coding/record_fields_coding.hpp"
 #include "telvor/node/detail/tls_keys.hpp"
 
 namespace telvor {
 namespace {
 
-enum class CodingKeys { isEnabled, securityProfile, verifyPeerCertificate, authenticateWithCertificate };
-constexpr std::array<std::string_view, 4> codingKeyNames(CodingKeys) {
-  return {"isEnabled", "securityProfile", "verifyPeerCertificate", "authenticateWithCertificate"};
+// A member added to the record but not to its table stops this compiling.
+[[maybe_unused]] void everyMemberHasARow(const TlsSettings& settings) {
+  [[maybe_unused]] const auto& [isEnabled, securityProfile, verifyPeerCertificate, authenticateWithCertificate] =
+      settings;
+  static_assert(fieldCount<TlsSettings> == 4);
 }
 
 }  // namespace
@@ -25,21 +23,11 @@ DictionaryForm TlsSettings::toDictionary() const {
   return dictionary;
 }
 
-void TlsSettings::encode(Encoder& encoder) const {
-  auto c = encoder.container<CodingKeys>();
-  c.encode(isEnabled, CodingKeys::isEnabled);
-  c.encode(securityProfile, CodingKeys::securityProfile);
-  c.encode(verifyPeerCertificate, CodingKeys::verifyPeerCertificate);
-  c.encode(authenticateWithCertificate, CodingKeys::authenticateWithCertificate);
-}
+void TlsSettings::encode(Encoder& encoder) const { encodeFields(*this, encoder); }
 
 TlsSettings TlsSettings::decode(const Decoder& decoder) {
-  const auto c = decoder.container<CodingKeys>();
   TlsSettings settings;
-  settings.isEnabled = c.decode<bool>(CodingKeys::isEnabled);
-  settings.securityProfile = c.decode<TLSSecurityProfile>(CodingKeys::securityProfile);
-  settings.verifyPeerCertificate = c.decode<bool>(CodingKeys::verifyPeerCertificate);
-  settings.authenticateWithCertificate = c.decode<bool>(CodingKeys::authenticateWithCertificate);
+  decodeFields(decoder, settings);
   return settings;
 }
 

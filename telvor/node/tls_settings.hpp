@@ -16,6 +16,7 @@
 #include "telvor/coding/codable.hpp"
 #include "telvor/coding/dictionary_form.hpp"
 #include "telvor/coding/property_dictionary.hpp"
+#include "telvor/coding/record_fields.hpp"
 #include "telvor/telvor_export.hpp"
 #include "telvor/vocabulary/tls_security_profile.hpp"
 
@@ -44,6 +45,17 @@ struct TELVOR_API TlsSettings {
 
   // All four fields equal, compared in field order.
   friend bool operator==(const TlsSettings&, const TlsSettings&) = default;
+};
+
+// The fields, once: coded keys, labels for people, members (record_fields.hpp).
+template <>
+struct FieldTable<TlsSettings> {
+  static constexpr std::tuple fields{
+      field("isEnabled", "TLS", &TlsSettings::isEnabled),
+      field("securityProfile", "TLS profile", &TlsSettings::securityProfile),
+      field("verifyPeerCertificate", "Verify peer", &TlsSettings::verifyPeerCertificate),
+      field("authenticateWithCertificate", "Client certificate", &TlsSettings::authenticateWithCertificate),
+  };
 };
 
 }  // namespace telvor

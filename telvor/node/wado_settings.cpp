@@ -1,19 +1,17 @@
 #include "telvor/node/wado_settings.hpp"
 
-#include <array>
 #include <string_view>
 
-#include "telvor/coding/decoder.hpp"
-#include "telvor/coding/encoder.hpp"
+#include "telvor/coding/record_fields_coding.hpp"
 #include "telvor/node/detail/dictionary_reads.hpp"
-#include "telvor/node/detail/optional_text.hpp"
 
 namespace telvor {
 namespace {
 
-enum class CodingKeys { port, url, password, username, retrieveSyntax, https };
-constexpr std::array<std::string_view, 6> codingKeyNames(CodingKeys) {
-  return {"port", "url", "password", "username", "retrieveSyntax", "https"};
+// A member added to the record but not to its table stops this compiling.
+[[maybe_unused]] void everyMemberHasARow(const WadoSettings& settings) {
+  [[maybe_unused]] const auto& [port, url, password, username, retrieveSyntax, https] = settings;
+  static_assert(fieldCount<WadoSettings> == 6);
 }
 
 constexpr std::string_view kUrl = "url";
@@ -38,32 +36,14 @@ DictionaryForm WadoSettings::toDictionary() const {
   };
 }
 
-void WadoSettings::encode(Encoder& encoder) const {
-  auto c = encoder.container<CodingKeys>();
-  c.encodeIfPresent(port, CodingKeys::port);
-  c.encodeIfPresent(url, CodingKeys::url);
-  c.encodeIfPresent(password, CodingKeys::password);
-  c.encodeIfPresent(username, CodingKeys::username);
-  c.encode(retrieveSyntax, CodingKeys::retrieveSyntax);
-  c.encode(https, CodingKeys::https);
-}
+void WadoSettings::encode(Encoder& encoder) const { encodeFields(*this, encoder); }
 
 WadoSettings WadoSettings::decode(const Decoder& decoder) {
-  const auto c = decoder.container<CodingKeys>();
   WadoSettings settings;
-  settings.port = c.decodeIfPresent<std::int64_t>(CodingKeys::port);
-  settings.url = c.decodeIfPresent<std::string>(CodingKeys::url);
-  settings.password = c.decodeIfPresent<std::string>(CodingKeys::password);
-  settings.username = c.decodeIfPresent<std::string>(CodingKeys::username);
-  settings.retrieveSyntax = c.decode<SupportedWadoTransferSyntaxType>(CodingKeys::retrieveSyntax);
-  settings.https = c.decode<bool>(CodingKeys::https);
+  decodeFields(decoder, settings);
   return settings;
 }
 
-bool operator==(const WadoSettings& a, const WadoSettings& b) noexcept {
-  return a.port == b.port && detail::optionalTextEquals(a.url, b.url) &&
-         detail::optionalTextEquals(a.password, b.password) && detail::optionalTextEquals(a.username, b.username) &&
-         a.retrieveSyntax == b.retrieveSyntax && a.https == b.https;
-}
+bool operator==(const WadoSettings& a, const WadoSettings& b) noexcept { return fieldsEqual(a, b); }
 
 }  // namespace telvor

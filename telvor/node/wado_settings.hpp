@@ -21,6 +21,7 @@
 #include "telvor/coding/codable.hpp"
 #include "telvor/coding/dictionary_form.hpp"
 #include "telvor/coding/property_dictionary.hpp"
+#include "telvor/coding/record_fields.hpp"
 #include "telvor/telvor_export.hpp"
 #include "telvor/vocabulary/supported_wado_transfer_syntax_type.hpp"
 
@@ -58,6 +59,19 @@ struct TELVOR_API WadoSettings {
  private:
   friend struct DicomNode;
   WadoSettings() = default;
+};
+
+// The fields, once: coded keys, labels for people, members (record_fields.hpp).
+template <>
+struct FieldTable<WadoSettings> {
+  static constexpr std::tuple fields{
+      field("port", "WADO port", &WadoSettings::port),
+      field("url", "WADO URL", &WadoSettings::url, FieldRole::url),
+      field("password", "WADO password", &WadoSettings::password, FieldRole::secret),
+      field("username", "WADO user", &WadoSettings::username),
+      field("retrieveSyntax", "WADO syntax", &WadoSettings::retrieveSyntax),
+      field("https", "HTTPS", &WadoSettings::https),
+  };
 };
 
 }  // namespace telvor
