@@ -48,6 +48,10 @@ constexpr PeerFormat kFormats[] = {
 #ifdef TELVOR_TOOL_CTK_PEERS
     {"ctk", "CTK's server nodes in QSettings (3D Slicer's Slicer.ini)", &qt::importCtkServerNodes, &writeCtk, kName | kAddressing | kRetrieveMode | kQueryable, &mergeCtk},
 #endif
+#ifdef TELVOR_TOOL_LDAP_PEERS
+    {"ldap", "the site's DICOM configuration directory (LDAP URL ldap://HOST:PORT/BASE-DN)", nullptr, nullptr,
+     kName | kAddressing | kTlsProfile, nullptr},
+#endif
     {"weasis", "Weasis dicomNodes.xml", &peers::importWeasis, &peers::exportWeasis,
      kName | kAddressing | kTransferSyntax | kQueryable, nullptr},
 };
@@ -76,9 +80,10 @@ DicomNode withCarriedFields(DicomNode target, const DicomNode& source, unsigned 
   if (carried & kRetrieveMode) target.retrieveMode = source.retrieveMode;
   if (carried & kQueryable) target.isQueryable = source.isQueryable;
   if (carried & kTls) target.tlsSettings = source.tlsSettings;
-  if ((carried & kTlsEnabled) && source.tlsSettings) {
+  if ((carried & (kTlsEnabled | kTlsProfile)) && source.tlsSettings) {
     if (!target.tlsSettings) target.tlsSettings = TlsSettings();
     target.tlsSettings->isEnabled = source.tlsSettings->isEnabled;
+    if (carried & kTlsProfile) target.tlsSettings->securityProfile = source.tlsSettings->securityProfile;
   }
   return target;
 }

@@ -22,8 +22,11 @@ enum PeerField : unsigned {
   kQueryable = 1u << 4,
   kTls = 1u << 5,         // all TLS settings
   kTlsEnabled = 1u << 6,  // only whether TLS is on
+  kTlsProfile = 1u << 7,  // whether TLS is on, and its security profile
 };
 
+// A format without `read` and `write` is a directory (ldap): the commands reach it over
+// the network instead of reading and writing a file.
 struct PeerFormat {
   std::string_view name;
   std::string_view description;
