@@ -8,6 +8,9 @@
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
+#ifdef TELVOR_NODE_MANAGER_DIRECTORY
+#include "directory_source.hpp"
+#endif
 
 namespace telvor::node_manager {
 
@@ -64,6 +67,12 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
     if (!path.isEmpty()) open(openCatalogueFile(path));
   });
   openAction->setShortcut(QKeySequence::Open);
+#ifdef TELVOR_NODE_MANAGER_DIRECTORY
+  tools->addAction(tr("Open directory…"), this, [this] {
+         DirectoryDialog dialog(this);
+         if (dialog.exec() == QDialog::Accepted) open(openDirectory(dialog.access()));
+       })->setObjectName("openDirectoryAction");
+#endif
   saveAction_ = tools->addAction(tr("Save"), this, [this] { save(); });
   saveAction_->setObjectName("saveAction");
   saveAction_->setShortcut(QKeySequence::Save);
