@@ -1,6 +1,7 @@
 #include "telvor/ldap/configuration_mapping.hpp"
 
 #include <algorithm>
+#include <tuple>
 #include <unordered_map>
 
 #include "telvor/ldap/cipher_suites.hpp"

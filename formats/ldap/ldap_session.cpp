@@ -50,7 +50,16 @@ LdapSession::LdapSession(const DirectoryAccess& access) : limits_(access.limits)
     throw DirectoryError(Kind::badAddress, server_ + ": StartTLS is for ldap://; ldaps:// is TLS already");
   if (ldap_initialize(&ld_, server_.c_str()) != LDAP_SUCCESS || ld_ == nullptr)
     throw DirectoryError(Kind::badAddress, server_ + ": cannot be used as a directory address");
+  try {
+    setUp(access);
+  } catch (...) {
+    ldap_unbind_ext_s(ld_, nullptr, nullptr);  // the destructor does not run for a constructor that throws
+    ld_ = nullptr;
+    throw;
+  }
+}
 
+void LdapSession::setUp(const DirectoryAccess& access) {
   const int version = LDAP_VERSION3;
   ldap_set_option(ld_, LDAP_OPT_PROTOCOL_VERSION, &version);
   ldap_set_option(ld_, LDAP_OPT_REFERRALS, LDAP_OPT_OFF);

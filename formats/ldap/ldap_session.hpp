@@ -44,6 +44,7 @@ class LdapSession {
   std::string explain(int code) const;
 
  private:
+  void setUp(const DirectoryAccess& access);  // options, TLS and bind on the initialised handle
   int checkConnection(int code);
   LDAP* ld_ = nullptr;
   std::string server_;  // scheme://host:port, for messages
