@@ -22,6 +22,8 @@ void registerDictionaryBenchmarks();
 void registerEnumBenchmarks();
 void registerTextBenchmarks();
 void registerPlistBenchmarks();
+// Importing 10,000 AEs from a private slapd (when the directory library is built).
+void registerDirectoryBenchmarks();
 
 class SummaryReporter;
 // What is measured outside Google Benchmark, into `reporter`: Python's plistlib reading and

@@ -45,6 +45,9 @@ int main(int argc, char** argv) {
 #ifdef TELVOR_BENCH_PLIST
   bench::registerPlistBenchmarks();
 #endif
+#ifdef TELVOR_BENCH_LDAP
+  bench::registerDirectoryBenchmarks();
+#endif
   bench::SummaryReporter reporter;
   const std::string filter = benchmark::GetBenchmarkFilter();
   benchmark::RunSpecifiedBenchmarks(&reporter);

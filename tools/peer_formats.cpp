@@ -48,6 +48,8 @@ constexpr PeerFields kRetrieveMode = PeerFields::of(&DicomNode::retrieveMode);
 constexpr PeerFields kQueryable = PeerFields::of(&DicomNode::isQueryable);
 constexpr PeerFields kTls = PeerFields::of(&DicomNode::tlsSettings);
 constexpr PeerFields kTlsEnabled = PeerFields::nested(&DicomNode::tlsSettings, &TlsSettings::isEnabled);
+// Whether TLS is on, and its security profile.
+constexpr PeerFields kTlsProfile = kTlsEnabled | PeerFields::nested(&DicomNode::tlsSettings, &TlsSettings::securityProfile);
 
 constexpr PeerFormat kFormats[] = {
     {"orthanc", "Orthanc's configuration (DicomModalities) or GET /modalities?expand", &peers::importOrthanc,
@@ -60,6 +62,10 @@ constexpr PeerFormat kFormats[] = {
 #endif
 #ifdef TELVOR_TOOL_CTK_PEERS
     {"ctk", "CTK's server nodes in QSettings (3D Slicer's Slicer.ini)", &qt::importCtkServerNodes, &writeCtk, kName | kAddressing | kRetrieveMode | kQueryable, &mergeCtk},
+#endif
+#ifdef TELVOR_TOOL_LDAP_PEERS
+    {"ldap", "the site's DICOM configuration directory (LDAP URL ldap://HOST:PORT/BASE-DN)", nullptr, nullptr,
+     kName | kAddressing | kTlsProfile, nullptr},
 #endif
     {"weasis", "Weasis dicomNodes.xml", &peers::importWeasis, &peers::exportWeasis,
      kName | kAddressing | kTransferSyntax | kQueryable, nullptr},

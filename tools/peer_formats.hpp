@@ -16,6 +16,8 @@ namespace telvor::tool {
 // Which node fields a format carries: --replace-matching updates only these.
 using PeerFields = FieldSet<DicomNode>;
 
+// A format without `read` and `write` is a directory (ldap): the commands reach it over
+// the network instead of reading and writing a file.
 struct PeerFormat {
   std::string_view name;
   std::string_view description;

@@ -9,6 +9,25 @@
 #include "peers_commands.hpp"
 
 namespace telvor::tool {
+namespace {
+
+constexpr const char* kDirectoryGroup = "Directory (ldap)";
+
+void addDirectoryOptions(CLI::App& command, DirectoryOptions& options) {
+  command.add_option("--bind-dn", options.bindDn, "bind as this DN (simple bind; anonymous without it)")
+      ->group(kDirectoryGroup);
+  command.add_option("--password-file", options.passwordFile,
+                     "the bind password: the first line of this file (never given on the command line)")
+      ->group(kDirectoryGroup);
+  command.add_option("--ca-file", options.caFile, "PEM certificates to trust for ldaps:// and --starttls")
+      ->group(kDirectoryGroup);
+  command.add_flag("--starttls", options.startTls, "upgrade an ldap:// connection with StartTLS before binding")
+      ->group(kDirectoryGroup);
+  command.add_option("--timeout", options.timeoutSeconds, "seconds to wait for the directory at each step (default 10)")
+      ->group(kDirectoryGroup);
+}
+
+}  // namespace
 
 CommandSpec importCommand() {
   return {"import", "another system's peer list into a catalogue (losses reported on standard error)",
@@ -16,7 +35,8 @@ CommandSpec importCommand() {
             auto request = std::make_shared<ImportRequest>();
             command.add_option("--from", request->format, "the other system's format (an unknown name lists the ones offered)")
                 ->required();
-            command.add_option("SOURCE", request->source, "the other system's file; \"-\" reads standard input")
+            command.add_option("SOURCE", request->source,
+                               "the other system's file; \"-\" reads standard input; ldap: ldap://HOST:PORT/BASE-DN")
                 ->required();
             command.add_option("-o,--output", request->catalogue,
                                "catalogue to append to (created when missing; any catalogue format); without it the catalogue is printed");
@@ -24,6 +44,7 @@ CommandSpec importCommand() {
                              "update the nodes with the same AE title, address and port instead of appending");
             command.add_flag("--strict", request->strict, "fail (exit 1, nothing written) on any loss");
             addInputLimit(command, request->maxInputBytes);
+            addDirectoryOptions(command, request->directory);
             return CommandRun([request] { return runImport(*request); });
           }};
 }
@@ -39,7 +60,7 @@ CommandSpec exportCommand() {
                 ->required();
             command.add_option("-o,--output", request->output,
                                "output file (default: standard output); a format that holds more than peers (ctk) keeps "
-                               "the rest of an existing file");
+                               "the rest of an existing file; ldap: the directory, ldap://HOST:PORT/BASE-DN");
             addSelectorOptions(command, request->selectors, true, "Selectors (any of; --name and --aet repeatable)");
             command.add_option("--select", request->select,
                                "a node by its number in list, its name or its AE title (repeatable)")
@@ -51,6 +72,7 @@ CommandSpec exportCommand() {
             command.add_option("--private-key-file", request->privateKeyFile,
                                "dcmtk-pstat: the private key file named beside it");
             addInputLimit(command, request->maxInputBytes);
+            addDirectoryOptions(command, request->directory);
             return CommandRun([request] { return runExport(*request); });
           }};
 }

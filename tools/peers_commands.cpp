@@ -14,6 +14,9 @@
 #include "support/checked_output.hpp"
 #include "support/terminal_text.hpp"
 #include "tool_error.hpp"
+#ifdef TELVOR_TOOL_LDAP_PEERS
+#include "directory_io.hpp"
+#endif
 
 namespace telvor::tool {
 namespace {
@@ -137,17 +140,66 @@ std::vector<std::size_t> chosen(const catalogue::Catalogue& catalogue, const Sel
   return {picked.begin(), picked.end()};
 }
 
-}  // namespace
-
-int runImport(const ImportRequest& request) {
-  const PeerFormat& format = peerFormat(request.format);
+// Reads the peer list the request names: a file, or a directory.
+std::optional<int> readPeers(const ImportRequest& request, const PeerFormat& format, peers::PeerList& list) {
+#ifdef TELVOR_TOOL_LDAP_PEERS
+  if (format.read == nullptr) {
+    const ldap::DirectoryAccess access = directoryAccess(request.source, request.directory);
+    try {
+      list = ldap::importDirectory(access);
+    } catch (const ldap::DirectoryError& e) {
+      return directoryFailure(e, kDamaged, "nothing written");
+    }
+    return std::nullopt;
+  }
+#endif
   const std::string text = readInput(request.source, request.maxInputBytes);
-  peers::PeerList list;
   try {
     list = format.read(text);
   } catch (const peers::PeerFormatError& e) {
     return damaged(request.source + ": " + e.what());
   }
+  return std::nullopt;
+}
+
+#ifdef TELVOR_TOOL_LDAP_PEERS
+// export --to ldap: the nodes written to the directory -o names.
+int writeDirectory(const ExportRequest& request, const std::vector<DicomNode>& nodes,
+                   const std::vector<std::size_t>& positions) {
+  if (!request.output || *request.output == "-")
+    throw UsageError("export --to ldap writes to a directory: -o ldap://HOST:PORT/BASE-DN");
+  const ldap::DirectoryAccess access = directoryAccess(*request.output, request.directory);
+  auto renumbered = [&](std::vector<peers::PeerLoss> losses) {
+    for (auto& loss : losses) loss.position = positions[loss.position - 1] + 1;
+    return losses;
+  };
+  ldap::DirectoryExport out;
+  try {
+    if (request.strict && refusedByStrict(true, renumbered(ldap::directoryExportLosses(nodes)))) return kLost;
+    out = ldap::exportDirectory(access, nodes);
+  } catch (const peers::PeerFormatError& e) {
+    std::size_t k = 0;
+    std::string message = e.what();
+    if (std::sscanf(e.place().c_str(), "node %zu", &k) == 1 && k >= 1 && k <= positions.size())
+      message.replace(0, 5 + std::to_string(k).size(), "node " + std::to_string(positions[k - 1] + 1));
+    std::cerr << "telvor-nodes: " << escapeForTerminal(request.catalogue + ": " + message) << " (nothing written)\n";
+    return kLost;
+  } catch (const ldap::DirectoryError& e) {
+    return directoryFailure(e, kNotSaved, "nodes written before it stay");
+  }
+  reportLosses(*request.output, renumbered(out.losses));
+  std::cerr << "telvor-nodes: " << escapeForTerminal(*request.output) << ": " << out.added << " device(s) added, "
+            << out.updated << " updated, " << out.refused << " refused\n";
+  return out.refused == 0 ? kDone : kNotSaved;
+}
+#endif
+
+}  // namespace
+
+int runImport(const ImportRequest& request) {
+  const PeerFormat& format = peerFormat(request.format);
+  peers::PeerList list;
+  if (const auto failed = readPeers(request, format, list)) return *failed;
   std::vector<peers::PeerLoss> losses = std::move(list.losses);
   try {
     if (!request.catalogue || *request.catalogue == "-") {
@@ -205,9 +257,13 @@ int runExport(const ExportRequest& request) {
   for (std::size_t i : positions) nodes.push_back(catalogue->node(i));
   // A property list writes isQueryable true by leaving its key out, so there true and
   // absent are one value: a format without the field loses nothing by reading it back absent.
-  if (catalogue->format() != catalogue::FileFormat::json && !(format.carried & kQueryable))
+  const bool carriesQueryable = (format.carried | PeerFields::of(&DicomNode::isQueryable)) == format.carried;
+  if (catalogue->format() != catalogue::FileFormat::json && !carriesQueryable)
     for (DicomNode& node : nodes)
       if (node.isQueryable == true) node.isQueryable.reset();
+#ifdef TELVOR_TOOL_LDAP_PEERS
+  if (format.write == nullptr) return writeDirectory(request, nodes, positions);
+#endif
 
   // An existing file of a format that holds more than peers keeps the rest; it must read
   // as that format, or it is left alone.

@@ -11,6 +11,9 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 #include <algorithm>
+#ifdef TELVOR_NODE_MANAGER_DIRECTORY
+#include "directory_source.hpp"
+#endif
 
 namespace telvor::node_manager {
 
@@ -82,9 +85,19 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
   table_->addAction(removeAction_);
   testAction_ = action(tr("&Test"), "testAction", QKeySequence(tr("Ctrl+T")), [this] { testSelectedNode(); });
   testAllAction_ = action(tr("Test &all"), "testAllAction", QKeySequence(tr("Ctrl+Shift+T")), [this] { testAllNodes(); });
+#ifdef TELVOR_NODE_MANAGER_DIRECTORY
+  auto* openDirectoryAction = action(tr("Open &directory…"), "openDirectoryAction", QKeySequence(), [this] {
+    DirectoryDialog dialog(this);
+    if (dialog.exec() == QDialog::Accepted) open(openDirectory(dialog.access()));
+  });
+#endif
 
   auto* file = menuBar()->addMenu(tr("&File"));
-  file->addActions({openAction, saveAction_});
+  file->addAction(openAction);
+#ifdef TELVOR_NODE_MANAGER_DIRECTORY
+  file->addAction(openDirectoryAction);
+#endif
+  file->addAction(saveAction_);
   file->addSeparator();
   file->addAction(quitAction);
   auto* nodes = menuBar()->addMenu(tr("&Node"));
@@ -95,7 +108,11 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
   auto* tools = addToolBar(tr("Catalogue"));
   tools->setObjectName("toolBar");
   tools->setMovable(false);
-  tools->addActions({openAction, saveAction_});
+  tools->addAction(openAction);
+#ifdef TELVOR_NODE_MANAGER_DIRECTORY
+  tools->addAction(openDirectoryAction);
+#endif
+  tools->addAction(saveAction_);
   tools->addSeparator();
   tools->addActions({addAction, removeAction_});
   tools->addSeparator();
