@@ -51,6 +51,12 @@ std::vector<Field> fieldsOf(NodeProblemCode code) {
       return {fAddress};
     case wadoUrlMissing:
       return {fWadoUrl, fRetrieve};
+    case wadoUrlInvalid:
+      return {fWadoUrl};
+    case wadoUrlSchemeMismatch:
+      return {fWadoUrl, fWadoHttps};
+    case wadoPortInvalid:
+      return {fWadoPort};
   }
   return {};
 }
