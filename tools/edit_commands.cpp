@@ -6,7 +6,7 @@
 #include <iostream>
 #include <memory>
 
-#include "catalogue_error.hpp"
+#include "catalogue_errors.hpp"
 #include "command.hpp"
 #include "commands.hpp"
 #include "field_options.hpp"
@@ -76,7 +76,7 @@ int runAdd(EditOptions& options) {
     editor.save();
     writeStandardOutput("added " + describe(node, editor.catalogue().size() - 1) + '\n');
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   return kSuccess;
 }
@@ -132,7 +132,7 @@ int runSet(EditOptions& options) {
     for (const auto& key : changed) line += ' ' + escapeForTerminal(key);
     writeStandardOutput(line + '\n');
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   return kSuccess;
 }
@@ -148,7 +148,7 @@ int runRemove(EditOptions& options) {
     editor.save();
     writeStandardOutput("removed " + describe(node, index) + '\n');
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   return kSuccess;
 }

@@ -6,6 +6,7 @@
 #include <set>
 #include <vector>
 
+#include "catalogue_errors.hpp"
 #include "commands.hpp"
 #include "io.hpp"
 #include "peer_formats.hpp"
@@ -130,7 +131,7 @@ int runImport(const ImportRequest& request) {
     try {
       editor.emplace(catalogue::CatalogueEditor::open(*request.catalogue, options));
     } catch (const catalogue::CatalogueError& e) {
-      if (e.kind() == catalogue::CatalogueError::Kind::unusableInput) return damaged(e.what());
+      if (exitStatusOf(e.kind(), e.operation(), e.errorNumber()) == kUnusableInput) return damaged(e.what());
       throw;
     }
     const Counts counts = store(editor->catalogue(), list, format, request.replaceMatching, losses);
@@ -140,7 +141,7 @@ int runImport(const ImportRequest& request) {
     std::cerr << "telvor-nodes: " << escapeForTerminal(*request.catalogue) << ": " << counts.added << " node(s) added, "
               << counts.updated << " updated\n";
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   return kDone;
 }
@@ -157,7 +158,7 @@ int runExport(const ExportRequest& request) {
   try {
     positions = chosen(*catalogue, request.selectors, request.select);
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   std::vector<DicomNode> nodes;
   for (std::size_t i : positions) nodes.push_back(catalogue->node(i));

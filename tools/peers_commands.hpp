@@ -10,6 +10,8 @@
 
 #include "selector_options.hpp"
 
+#include "telvor/catalogue/limits.hpp"
+
 namespace telvor::tool {
 
 struct ImportRequest {
@@ -18,7 +20,7 @@ struct ImportRequest {
   std::optional<std::string> catalogue;  // -o: appended to under its lock (created when missing); absent or "-": printed
   bool replaceMatching = false;          // update the nodes with the same AE title, address and port
   bool strict = false;                   // any loss fails
-  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;  // larger inputs are refused unread
+  std::uint64_t maxInputBytes = catalogue::kDefaultMaxInputBytes;  // larger inputs are refused unread
 };
 
 struct ExportRequest {
@@ -28,7 +30,7 @@ struct ExportRequest {
   SelectorOptions selectors;             // with `select`: the nodes any of them matches, in catalogue order;
   std::vector<std::string> select;       // all when none. --select: a position, name or AE title
   bool strict = false;
-  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;
+  std::uint64_t maxInputBytes = catalogue::kDefaultMaxInputBytes;
 };
 
 int runImport(const ImportRequest& request);

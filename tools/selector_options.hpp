@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "selector.hpp"
+#include "telvor/catalogue/selector.hpp"
 
 namespace CLI {
 class App;
