@@ -97,7 +97,7 @@ std::vector<std::size_t> chosen(const catalogue::Catalogue& catalogue, const Sel
     for (std::size_t i = 0; i < catalogue.size(); ++i) picked.insert(i);
   for (const auto& selector : selectors) {
     const auto matches = catalogue.matches(selector);
-    if (matches.empty()) throw UsageError(selector.describe() + " matches no node");
+    if (matches.empty()) throw UsageError(optionText(selector) + " matches no node");
     picked.insert(matches.begin(), matches.end());
   }
   return {picked.begin(), picked.end()};

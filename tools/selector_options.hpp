@@ -24,6 +24,9 @@ struct SelectorOptions {
   catalogue::Selector selector() const;
 };
 
+// The selector as it reads on the command line: "--index 2", "--name \"Main archive\"".
+std::string optionText(const catalogue::Selector& selector);
+
 // Declares --index and --id, and --name and --aet unless `withNameAndAet` is false (in
 // `set`, whose field options declare those two), under the help heading `group`.
 void addSelectorOptions(CLI::App& command, SelectorOptions& options, bool withNameAndAet = true,
