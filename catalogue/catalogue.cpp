@@ -161,6 +161,7 @@ Catalogue Catalogue::parse(std::string_view bytes, FileFormat format) {
         catalogue.wasArray_ = false;
         catalogue.objects_.push_back(std::move(document));
       }
+      catalogue.nodes_.reserve(catalogue.objects_.size());
       for (std::size_t i = 0; i < catalogue.objects_.size(); ++i) {
         const auto at = catalogue.wasArray_ ? CodingPathLink(nullptr, static_cast<std::int64_t>(i)) : CodingPathLink();
         catalogue.nodes_.push_back(json::fromDocument<DicomNode>(catalogue.objects_[i], at));
@@ -177,6 +178,7 @@ Catalogue Catalogue::parse(std::string_view bytes, FileFormat format) {
   } catch (const plist::PlistError& e) {
     throw CatalogueError(Kind::invalidInput, Operation::reading, std::string("dataCorrupted at $: ") + e.what());
   }
+  catalogue.nodes_.reserve(catalogue.dictionaries_.size());
   for (const auto& dictionary : catalogue.dictionaries_) {
     catalogue.nodes_.emplace_back(dictionary);
     catalogue.nodes_.back().uniqueId.reset();  // drawn at random by the read; not the file's
