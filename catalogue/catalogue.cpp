@@ -150,8 +150,15 @@ FileFormat Catalogue::formatOf(const std::filesystem::path& path, std::string_vi
 
 Catalogue Catalogue::empty(FileFormat format) { return Catalogue(format); }
 
-Catalogue Catalogue::parse(std::string_view bytes, FileFormat format) {
+void Catalogue::requireEditable() const {
+  if (viewOnly_)
+    throw CatalogueError(Kind::invalidArgument, Operation::editing,
+                         "the catalogue was read for viewing only; read it for editing to change it");
+}
+
+Catalogue Catalogue::parse(std::string_view bytes, FileFormat format, Purpose purpose) {
   Catalogue catalogue(format);
+  catalogue.viewOnly_ = purpose == Purpose::viewing;
   if (format == FileFormat::json) {
     try {
       auto document = json::parse(bytes);
@@ -172,6 +179,14 @@ Catalogue Catalogue::parse(std::string_view bytes, FileFormat format) {
     return catalogue;
   }
   try {
+    if (catalogue.viewOnly_) {
+      // Each node is made as soon as its dictionary is read; no dictionary outlives it.
+      catalogue.wasArray_ = plist::parseEach(bytes, [&](PropertyDictionary&& dictionary) {
+        catalogue.nodes_.emplace_back(dictionary);
+        catalogue.nodes_.back().uniqueId.reset();
+      });
+      return catalogue;
+    }
     auto document = plist::parse(bytes);
     catalogue.wasArray_ = document.wasArray;
     catalogue.dictionaries_ = std::move(document.dictionaries);
@@ -191,6 +206,7 @@ Catalogue Catalogue::load(const std::filesystem::path& path, std::uint64_t maxIn
 }
 
 std::optional<WadoSettings> Catalogue::savedWadoSettings(std::size_t index) const {
+  requireEditable();
   if (format_ == FileFormat::json) return std::nullopt;
   PropertyDictionary asWado = dictionaries_.at(index);
   asWado.setValue("retrieveMode", PropertyValue::numberObject(rawValue(RetrieveModeType::wado)));
@@ -255,6 +271,7 @@ std::size_t Catalogue::selectOne(const Selector& selector) const {
 }
 
 std::vector<std::string> Catalogue::replace(std::size_t index, const DicomNode& after) {
+  requireEditable();
   std::vector<std::string> changed;
   if (format_ == FileFormat::json) {
     const auto before = codedForm(nodes_.at(index), index);
@@ -276,6 +293,7 @@ std::vector<std::string> Catalogue::replace(std::size_t index, const DicomNode& 
 }
 
 void Catalogue::append(const DicomNode& node) {
+  requireEditable();
   if (format_ == FileFormat::json) objects_.push_back(codedForm(node, size()));
   else dictionaries_.push_back(dictionaryFor(node, size()));
   nodes_.push_back(node);
@@ -284,6 +302,7 @@ void Catalogue::append(const DicomNode& node) {
 }
 
 void Catalogue::remove(std::size_t index) {
+  requireEditable();
   if (index >= size())
     throw CatalogueError(Kind::invalidArgument, Operation::editing, "no node #" + std::to_string(index + 1),
                          {}, 0, index);
@@ -294,6 +313,7 @@ void Catalogue::remove(std::size_t index) {
 }
 
 std::string Catalogue::serialize() const {
+  requireEditable();
   // A single record stays a single record; anything else is an array.
   const bool asArray = wasArray_ || size() != 1;
   if (format_ == FileFormat::json) {

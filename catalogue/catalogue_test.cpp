@@ -145,6 +145,9 @@ TEST(CatalogueErrors, KindsFollowWhatTheCallerDoesNext) {
          c.replace(0, node);
        },
        Kind::invalidArgument, 0},
+      {"viewedOnly",
+       [&] { Catalogue::parse(kPlist, FileFormat::xmlPropertyList, Catalogue::Purpose::viewing).remove(0); },
+       Kind::invalidArgument, 0},
       {"symbolicLink",
        [&] {
          auto editor = CatalogueEditor::open(dir.path() / "link.plist", {});
@@ -160,6 +163,22 @@ TEST(CatalogueErrors, KindsFollowWhatTheCallerDoesNext) {
     EXPECT_EQ(std::string(e.what()).find("--"), std::string::npos) << "command-line wording: " << e.what();
   }
   EXPECT_EQ(capture<CatalogueError>([&] { Catalogue::load(good, 10); }).file(), good);
+}
+
+TEST(CatalogueViewing, ReadsTheNodesAnEditorReads) {
+  for (const auto format : {FileFormat::xmlPropertyList, FileFormat::json}) {
+    const std::string_view bytes = format == FileFormat::json ? kNodes : kPlist;
+    const auto edited = Catalogue::parse(bytes, format);
+    const auto viewed = Catalogue::parse(bytes, format, Catalogue::Purpose::viewing);
+    ASSERT_EQ(viewed.size(), edited.size());
+    for (std::size_t i = 0; i < viewed.size(); ++i) {
+      auto expected = edited.node(i);
+      auto got = viewed.node(i);
+      EXPECT_EQ(got.uniqueId.has_value(), expected.uniqueId.has_value());
+      expected.uniqueId = got.uniqueId;  // a property list's are drawn at random by each read
+      EXPECT_EQ(got, expected) << "node " << i;
+    }
+  }
 }
 
 // A program started with its standard streams closed must not have its catalogue, lock or

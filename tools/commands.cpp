@@ -11,10 +11,13 @@ namespace telvor::tool {
 
 catalogue::Catalogue readCatalogue(const std::optional<std::string>& input, std::uint64_t maxInputBytes) {
   try {
-    if (!input) return catalogue::Catalogue::parse(sampleCatalogue(), catalogue::FileFormat::xmlPropertyList);
+    using Purpose = catalogue::Catalogue::Purpose;
+    if (!input)
+      return catalogue::Catalogue::parse(sampleCatalogue(), catalogue::FileFormat::xmlPropertyList, Purpose::viewing);
     const std::string bytes = readInput(*input, maxInputBytes);
     try {
-      return catalogue::Catalogue::parse(bytes, catalogue::Catalogue::formatOf(*input == "-" ? "" : *input, bytes));
+      return catalogue::Catalogue::parse(bytes, catalogue::Catalogue::formatOf(*input == "-" ? "" : *input, bytes),
+                                         Purpose::viewing);
     } catch (const catalogue::CatalogueError& e) {
       throwToolError(e, catalogue::inputName(*input) + ": ");
     }

@@ -17,7 +17,7 @@ int runVersion();
 int runEcho(const Options& options);
 
 // The catalogue in FILE ("-": standard input), or the bundled sample catalogue when no
-// file is named. Throws the tool's error for a CatalogueError (see catalogue_errors.hpp).
+// file is named, read for viewing (nodes only). Throws the tool's error for a CatalogueError (see catalogue_errors.hpp).
 catalogue::Catalogue readCatalogue(const std::optional<std::string>& input, std::uint64_t maxInputBytes);
 
 // The bytes of the sample catalogue bundled into the tool (examples/nodes.plist).

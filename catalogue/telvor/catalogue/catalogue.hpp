@@ -47,9 +47,15 @@ class TELVOR_CATALOGUE_API Catalogue {
   // JSON, anything else an XML property list.
   static FileFormat formatOf(const std::filesystem::path& path, std::string_view bytes);
 
+  // What a read is for: `viewing` keeps only the nodes (a property list's dictionaries are
+  // dropped as each node is made, so a large catalogue takes less memory and time), and
+  // every edit, serialize() and savedWadoSettings() of such a catalogue throw
+  // CatalogueError (invalidArgument).
+  enum class Purpose { editing, viewing };
+
   // Reads a catalogue. Throws CatalogueError (invalidInput) whose message is the
   // "KIND at PATH: DESCRIPTION" of the failing record.
-  static Catalogue parse(std::string_view bytes, FileFormat format);
+  static Catalogue parse(std::string_view bytes, FileFormat format, Purpose purpose = Purpose::editing);
   // Reads the file (no lock), refusing one larger than `maxInputBytes`. Throws
   // CatalogueError naming the file, "FILE: KIND at PATH: DESCRIPTION": invalidInput for a
   // missing, oversized or unreadable catalogue, storage when the system cannot read it.
@@ -95,7 +101,10 @@ class TELVOR_CATALOGUE_API Catalogue {
 
  private:
   explicit Catalogue(FileFormat format) : format_(format) {}
+  void requireEditable() const;
+
   FileFormat format_;
+  bool viewOnly_ = false;
   bool wasArray_ = true;
   std::vector<PropertyDictionary> dictionaries_;  // property lists: one per node
   boost::json::array objects_;                    // JSON: one per node
