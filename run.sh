@@ -132,7 +132,7 @@ cmd_install_check() {
   libdir=$(dirname "$pcdir")
 
   echo "installed headers compile against the prefix alone"
-  if grep -rIl -e "$ROOT/telvor" -e "$ROOT/formats" -e "$dir/lib" "$prefix"; then
+  if grep -rIl -e "$ROOT/telvor" -e "$ROOT/formats" -e "$ROOT/catalogue" -e "$dir/lib" "$prefix"; then
     echo "install-check: the files above name the source or build tree" >&2
     exit 1
   fi
@@ -167,6 +167,19 @@ cmd_install_check() {
     "${CXX:-g++}" -std=c++20 -fPIC -o "$dir/telvor-qt-consumer-pc" "$ROOT/examples/qt_consumer/main.cpp" \
       $(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs telvor-qt)
     LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" QT_QPA_PLATFORM=offscreen "$dir/telvor-qt-consumer-pc"
+  fi
+
+  if [ -d "$prefix/include/telvor/catalogue" ]; then
+    echo "find_package(Telvor COMPONENTS catalogue) and pkg-config telvor-catalogue:"
+    cp "$ROOT/examples/nodes.plist" "$dir/nodes.plist"
+    cmake -S "$ROOT/examples/catalogue" -B "$dir/catalogue" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+    build "$dir/catalogue" >/dev/null
+    LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" "$dir/catalogue/telvor-catalogue-example" "$dir/nodes.plist"
+    # shellcheck disable=SC2046
+    "${CXX:-g++}" -std=c++20 -o "$dir/telvor-catalogue-example-pc" "$ROOT/examples/catalogue/main.cpp" \
+      $(PKG_CONFIG_PATH="$pcdir" pkg-config --cflags --libs telvor-catalogue)
+    cp "$ROOT/examples/nodes.plist" "$dir/nodes.plist"
+    LD_LIBRARY_PATH="$libdir:${LD_LIBRARY_PATH:-}" "$dir/telvor-catalogue-example-pc" "$dir/nodes.plist"
   fi
 
   echo "FetchContent (add_subdirectory):"

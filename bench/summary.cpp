@@ -57,11 +57,22 @@ std::vector<Target> targets() {
                  "plistlib/dumps_xml_nodes-" + big + ".xml.plist", "plist/write_xml/" + big, "", true, 5.0});
   all.push_back({"write binary plist " + big + ": plistlib.dumps / library",
                  "plistlib/dumps_binary_nodes-" + big + ".bin.plist", "plist/write_binary/" + big, "", true, 5.0});
-  for (const char* way : {"xml_to_binary", "binary_to_xml", "binary_to_json", "json_to_binary"})
+  for (const char* way : {"xml_to_binary", "binary_to_xml", "xml_to_xml", "binary_to_binary", "binary_to_json",
+                          "json_to_binary"})
     all.push_back({"tool convert " + big + " " + way + ": (peak - 32 MB) / input", "memory/" + std::string(way) + "/" + big,
                    "", "(peak - 32 MB) / input", false, 4.0});
   all.push_back({"echo 500 mixed nodes, --jobs 64: seconds beyond the deadline", "echo/mixed/500", "",
                  "seconds beyond the deadline", false, 1.0});
+  // The tool as a user runs it, on the files plistlib wrote, against plistlib itself.
+  const std::string py = "nodes-" + big + ".py.";
+  all.push_back({"tool check XML " + big + ": plistlib.load / check", "plistlib/load_" + py + "xml.plist",
+                 "tool/check_xml/" + big, "", true, 5.0});
+  all.push_back({"tool check binary " + big + ": plistlib.load / check", "plistlib/load_" + py + "bin.plist",
+                 "tool/check_binary/" + big, "", true, 3.0});
+  all.push_back({"tool convert XML->XML " + big + ": plistlib load+dump / convert",
+                 "plistlib/roundtrip_" + py + "xml.plist", "tool/convert_xml_to_xml/" + big, "", true, 2.0});
+  all.push_back({"tool convert bin->bin " + big + ": plistlib load+dump / convert",
+                 "plistlib/roundtrip_" + py + "bin.plist", "tool/convert_binary_to_binary/" + big, "", true, 2.0});
   all.push_back({"toDictionary(): allocations beyond long texts", "dictionary/toDictionary/1000", "",
                  "allocs/node beyond long texts", false, 4.0});
   all.push_back({"text ASCII equal: textEquals / std::string ==", "text/ascii_equal/textEquals",
@@ -121,7 +132,8 @@ std::vector<Information> information() {
                  "plistlib/dumps_xml_nodes-" + first + ".xml.plist", "plist/write_xml/" + first, ""});
   all.push_back({"write binary plist " + first + ": plistlib.dumps / library",
                  "plistlib/dumps_binary_nodes-" + first + ".bin.plist", "plist/write_binary/" + first, ""});
-  for (const char* way : {"xml_to_binary", "binary_to_xml", "binary_to_json", "json_to_binary"}) {
+  for (const char* way : {"xml_to_binary", "binary_to_xml", "xml_to_xml", "binary_to_binary", "binary_to_json",
+                          "json_to_binary"}) {
     const std::string name = "memory/" + std::string(way) + "/" + std::to_string(kPlistSizes.back());
     all.push_back({"tool convert " + std::string(way) + ": peak MB", name, "", "peak MB"});
     all.push_back({"tool convert " + std::string(way) + ": input MB", name, "", "input MB"});

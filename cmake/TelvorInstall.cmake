@@ -4,12 +4,13 @@
 #   <prefix>/include/telvor/telvor_export.hpp  generated export headers, beside their
 #   <prefix>/include/telvor/json/...           target's headers
 #   <prefix>/include/telvor/plist/...
+#   <prefix>/include/telvor/catalogue/...
 #   <prefix>/<libdir>/libtelvor*.so|.a
 #   <prefix>/include/telvor/dcmtk/...          (when the DCMTK companion is built)
 #   <prefix>/include/telvor/web/...            (when the web companion is built)
 #   <prefix>/include/telvor/qt/...             (when the Qt module is built)
-#   <prefix>/<libdir>/cmake/Telvor/            find_package(Telvor [COMPONENTS json plist web dcmtk qt])
-#   <prefix>/<libdir>/pkgconfig/telvor*.pc     telvor, telvor-json, telvor-plist, telvor-qt
+#   <prefix>/<libdir>/cmake/Telvor/            find_package(Telvor [COMPONENTS json plist catalogue web dcmtk qt])
+#   <prefix>/<libdir>/pkgconfig/telvor*.pc     telvor, telvor-json, telvor-plist, telvor-catalogue, telvor-qt
 #
 # Each format is an optional component with an export set of its own, so a package
 # built without one still works, and a consumer that does not ask for a component does
@@ -57,6 +58,7 @@ else()
   set(TELVOR_PC_CORE_CFLAGS "-DTELVOR_STATIC_DEFINE")
   set(TELVOR_PC_JSON_CFLAGS "-DTELVOR_JSON_STATIC_DEFINE")
   set(TELVOR_PC_PLIST_CFLAGS "-DTELVOR_PLIST_STATIC_DEFINE")
+  set(TELVOR_PC_CATALOGUE_CFLAGS "-DTELVOR_CATALOGUE_STATIC_DEFINE")
   set(TELVOR_PC_QT_CFLAGS "-DTELVOR_QT_STATIC_DEFINE")
   set(TELVOR_PC_QT_PRIVATE "Requires.private: Qt6Svg")
 endif()
@@ -76,10 +78,11 @@ telvor_install_pkgconfig(telvor)
 set(TELVOR_INSTALLED_COMPONENTS)
 set(_telvor_folder_json formats/json)
 set(_telvor_folder_plist formats/plist)
+set(_telvor_folder_catalogue catalogue)
 set(_telvor_folder_dcmtk companions/dcmtk)
 set(_telvor_folder_qt companions/qt)
 set(_telvor_folder_web companions/web)
-foreach(_telvor_format IN ITEMS json plist web dcmtk qt)
+foreach(_telvor_format IN ITEMS json plist catalogue web dcmtk qt)
   if(TARGET telvor_${_telvor_format})
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/${_telvor_folder_${_telvor_format}}/telvor/${_telvor_format}/
       DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/telvor/${_telvor_format}

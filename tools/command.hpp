@@ -44,7 +44,7 @@ CommandSpec exportCommand();
 // standard input; none: the bundled sample catalogue) and --json.
 void addCatalogueInput(CLI::App& command, Options& options);
 void addJsonFlag(CLI::App& command, bool& json);
-// --max-input-size BYTES (default 256 MiB) and --follow-symlinks, for the commands that
+// --max-input-size BYTES (default catalogue::kDefaultMaxInputBytes) and --follow-symlinks, for the commands that
 // read a file and those that save one.
 void addInputLimit(CLI::App& command, std::uint64_t& maxInputBytes);
 void addFollowSymlinks(CLI::App& command, bool& follow);

@@ -1,35 +1,29 @@
 #include "commands.hpp"
 
-#include "catalogue_error.hpp"
+#include "catalogue_errors.hpp"
 #include "import_hint.hpp"
 #include "io.hpp"
-#include "support/bounded_input.hpp"
 #include "support/checked_output.hpp"
+#include "telvor/catalogue/bounded_input.hpp"
 #include "telvor/presentation/version.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
 
-void rethrowAsToolError(const catalogue::CatalogueError& error) {
-  switch (error.kind()) {
-    case catalogue::CatalogueError::Kind::unusableInput: throw InputError(error.what());
-    case catalogue::CatalogueError::Kind::selection: throw UsageError(error.what());
-    case catalogue::CatalogueError::Kind::notSaved: throw SaveFailure(error.what());
-  }
-  throw InputError(error.what());
-}
-
 catalogue::Catalogue readCatalogue(const std::optional<std::string>& input, std::uint64_t maxInputBytes) {
   try {
-    if (!input) return catalogue::Catalogue::parse(sampleCatalogue(), catalogue::FileFormat::xmlPropertyList);
+    using Purpose = catalogue::Catalogue::Purpose;
+    if (!input)
+      return catalogue::Catalogue::parse(sampleCatalogue(), catalogue::FileFormat::xmlPropertyList, Purpose::viewing);
     const std::string bytes = readInput(*input, maxInputBytes);
     try {
-      return catalogue::Catalogue::parse(bytes, catalogue::Catalogue::formatOf(*input, bytes));
+      return catalogue::Catalogue::parse(bytes, catalogue::Catalogue::formatOf(*input == "-" ? "" : *input, bytes),
+                                         Purpose::viewing);
     } catch (const catalogue::CatalogueError& e) {
-      throw InputError(inputName(*input) + ": " + e.what() + importHint(bytes, *input));
+      throwToolError(e, catalogue::inputName(*input) + ": ", importHint(bytes, *input));
     }
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
 }
 

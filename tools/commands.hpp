@@ -7,9 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "catalogue.hpp"
-#include "catalogue_error.hpp"
 #include "options.hpp"
+#include "telvor/catalogue/catalogue.hpp"
 
 namespace telvor::tool {
 
@@ -20,11 +19,8 @@ struct SelectorOptions;
 int runEcho(const Options& options, const SelectorOptions& select);
 
 // The catalogue in FILE ("-": standard input), or the bundled sample catalogue when no
-// file is named. Throws InputError.
+// file is named, read for viewing (nodes only). Throws the tool's error for a CatalogueError (see catalogue_errors.hpp).
 catalogue::Catalogue readCatalogue(const std::optional<std::string>& input, std::uint64_t maxInputBytes);
-
-// Rethrows a CatalogueError as the tool's error for its kind.
-[[noreturn]] void rethrowAsToolError(const catalogue::CatalogueError& error);
 
 // The bytes of the sample catalogue bundled into the tool (examples/nodes.plist).
 std::string_view sampleCatalogue() noexcept;

@@ -16,8 +16,8 @@
 #include "telvor/json/json.hpp"
 #include "telvor/node/dicom_node.hpp"
 #include "telvor/status/dicom_node_status.hpp"
-#include "support/bounded_input.hpp"
 #include "support/terminal_text.hpp"
+#include "telvor/catalogue/bounded_input.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
@@ -108,7 +108,7 @@ int convert(const Options& options, const std::string& bytes, Format from) {
     }
   } catch (const InputError& e) {
     // Name the input: its paths ($[1].port) are only half of where the fault is.
-    throw InputError(inputName(options.input.value_or("-")) + ": " + e.what());
+    throw InputError(catalogue::inputName(options.input.value_or("-")) + ": " + e.what());
   }
   if constexpr (std::is_same_v<T, DicomNode>) {
     const Dropped dropped = droppedEntries(bytes, from);

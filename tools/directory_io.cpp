@@ -4,7 +4,7 @@
 #include <iostream>
 
 #include "io.hpp"
-#include "support/bounded_input.hpp"
+#include "telvor/catalogue/bounded_input.hpp"
 #include "support/terminal_text.hpp"
 #include "tool_error.hpp"
 
@@ -26,7 +26,7 @@ ldap::DirectoryAccess directoryAccess(const std::string& url, const DirectoryOpt
     // The first line is the password; editors end files with a newline.
     if (const auto end = secret.find_first_of("\r\n"); end != std::string::npos) secret.resize(end);
     if (secret.empty())
-      throw UsageError(inputName(*options.passwordFile) + ": no password in it (an empty password binds as nobody)");
+      throw UsageError(catalogue::inputName(*options.passwordFile) + ": no password in it (an empty password binds as nobody)");
     access.password = std::move(secret);
   }
   return access;

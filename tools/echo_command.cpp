@@ -9,6 +9,7 @@
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 
+#include "catalogue_errors.hpp"
 #include "commands.hpp"
 #include "selector_options.hpp"
 #include "telvor/node/node_validation.hpp"
@@ -70,11 +71,7 @@ std::vector<Probed> echoNodes(const Options& options, const SelectorOptions& sel
     try {
       index = catalogue.selectOne(select.selector());
     } catch (const catalogue::CatalogueError& e) {
-      // The catalogue names the AE-title selector --aet, which is echo's calling AE title.
-      std::string message = e.what();
-      if (const auto at = message.find("--aet "); !select.aet.empty() && at != std::string::npos)
-        message.replace(at, 6, "--node-aet ");
-      throw UsageError(message);
+      throwToolError(e);
     }
     probed.push_back({index + 1, catalogue.node(index)});
     return probed;

@@ -6,7 +6,7 @@
 #include <iostream>
 #include <memory>
 
-#include "catalogue_error.hpp"
+#include "catalogue_errors.hpp"
 #include "catalogue_problems.hpp"
 #include "command.hpp"
 #include "commands.hpp"
@@ -85,7 +85,7 @@ int runAdd(EditOptions& options) {
     editor.save();
     writeStandardOutput("added " + describe(node, editor.catalogue().size() - 1) + '\n');
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   return kSuccess;
 }
@@ -141,7 +141,7 @@ int runSet(EditOptions& options) {
     for (const auto& key : changed) line += ' ' + escapeForTerminal(key);
     writeStandardOutput(line + '\n');
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   return kSuccess;
 }
@@ -157,7 +157,7 @@ int runRemove(EditOptions& options) {
     editor.save();
     writeStandardOutput("removed " + describe(node, index) + '\n');
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   return kSuccess;
 }

@@ -1,39 +1,40 @@
 #include "io.hpp"
 
-#include "support/atomic_save.hpp"
-#include "support/bounded_input.hpp"
+#include "catalogue_errors.hpp"
 #include "support/checked_output.hpp"
+#include "telvor/catalogue/atomic_save.hpp"
+#include "telvor/catalogue/bounded_input.hpp"
+#include "telvor/catalogue/catalogue.hpp"
 #include "tool_error.hpp"
 
 namespace telvor::tool {
 
 std::string readInput(const std::string& path, std::uint64_t limit) {
   try {
-    return readBounded(path, limit);
-  } catch (const ReadError& e) {
-    if (e.tooLarge()) throw InputError(std::string(e.what()) + " (raise it with --max-input-size BYTES)");
-    throw InputError(e.what());
+    return catalogue::readBounded(path, limit);
+  } catch (const catalogue::ReadError& e) {
+    throw InputError(withHint(e.what(), catalogue::CatalogueError::Kind::invalidInput,
+                              catalogue::CatalogueError::Operation::reading, e.errorNumber()));
   }
 }
 
 void writeOutput(const std::optional<std::string>& path, std::string_view bytes, bool followSymlinks) {
   if (!path || *path == "-") return writeStandardOutput(bytes);
   try {
-    saveAtomically(*path, bytes, {.followSymlinks = followSymlinks});
-  } catch (const SaveError& e) {
-    if (e.isSymbolicLink()) throw SaveFailure(std::string(e.what()) + " (--follow-symlinks replaces the file it points to)");
-    throw SaveFailure(e.what());
+    catalogue::saveAtomically(*path, bytes, {.followSymlinks = followSymlinks});
+  } catch (const catalogue::SaveError& e) {
+    throw SaveFailure(withHint(e.what(), catalogue::CatalogueError::Kind::storage,
+                               catalogue::CatalogueError::Operation::saving,
+                               e.isSymbolicLink() ? e.errorNumber() : 0));
   }
 }
 
 Format inputFormat(const std::optional<Format>& from, const std::string& path, std::string_view bytes) {
   if (from) return *from;
-  if (auto byExtension = formatOfPath(path)) return *byExtension;
-  const auto start = bytes.find_first_not_of(" \t\r\n");
-  const std::string_view head = start == std::string_view::npos ? std::string_view() : bytes.substr(start);
-  const bool looksLikePlist = head.starts_with("bplist") || head.starts_with("<?xml") || head.starts_with("<plist") ||
-                              head.starts_with("<!DOCTYPE");
-  return looksLikePlist ? Format::plist : Format::json;
+  // The catalogue's own rule, so that every command reads a file alike.
+  return catalogue::Catalogue::formatOf(path == "-" ? std::string() : path, bytes) == catalogue::FileFormat::json
+             ? Format::json
+             : Format::plist;
 }
 
 }  // namespace telvor::tool

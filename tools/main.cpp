@@ -1,4 +1,8 @@
 // telvor-nodes: manage, check and probe DICOM node catalogues.
 #include "cli.hpp"
+#include "interrupted_save.hpp"
 
-int main(int argc, char** argv) { return telvor::tool::runCommandLine(argc, argv); }
+int main(int argc, char** argv) {
+  telvor::tool::installInterruptedSaveCleanup();
+  return telvor::tool::runCommandLine(argc, argv);
+}

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "telvor/catalogue/limits.hpp"
+
 namespace telvor::tool {
 
 enum class Format { plist, json };
@@ -21,7 +23,7 @@ struct Options {
   std::optional<std::string> output;  // a path; standard output when absent
   bool json = false;                  // one JSON document on standard output
   bool followSymlinks = false;        // -o may name a symbolic link, whose target is replaced
-  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;  // larger inputs are refused unread
+  std::uint64_t maxInputBytes = catalogue::kDefaultMaxInputBytes;  // larger inputs are refused unread
   // echo only
   std::string callingAeTitle = "TELVOR";
   double timeoutSeconds = 5;  // finite, above 0, at most 3600

@@ -8,6 +8,7 @@
 #include <set>
 #include <vector>
 
+#include "catalogue_errors.hpp"
 #include "commands.hpp"
 #include "io.hpp"
 #include "peer_formats.hpp"
@@ -134,7 +135,7 @@ std::vector<std::size_t> chosen(const catalogue::Catalogue& catalogue, const Sel
     for (std::size_t i = 0; i < catalogue.size(); ++i) picked.insert(i);
   for (const auto& selector : selectors) {
     const auto matches = catalogue.matches(selector);
-    if (matches.empty()) throw UsageError(selector.describe() + " matches no node");
+    if (matches.empty()) throw UsageError(optionText(selector) + " matches no node");
     picked.insert(matches.begin(), matches.end());
   }
   return {picked.begin(), picked.end()};
@@ -218,7 +219,7 @@ int runImport(const ImportRequest& request) {
     try {
       editor.emplace(catalogue::CatalogueEditor::open(*request.catalogue, options));
     } catch (const catalogue::CatalogueError& e) {
-      if (e.kind() == catalogue::CatalogueError::Kind::unusableInput) return damaged(e.what());
+      if (exitStatusOf(e.kind(), e.operation(), e.errorNumber()) == kUnusableInput) return damaged(e.what());
       throw;
     }
     Numbers numbers;
@@ -229,7 +230,7 @@ int runImport(const ImportRequest& request) {
     std::cerr << "telvor-nodes: " << escapeForTerminal(*request.catalogue) << ": " << counts.added << " node(s) added, "
               << counts.updated << " updated\n";
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   return kDone;
 }
@@ -251,7 +252,7 @@ int runExport(const ExportRequest& request) {
   try {
     positions = chosen(*catalogue, request.selectors, request.select);
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   std::vector<DicomNode> nodes;
   for (std::size_t i : positions) nodes.push_back(catalogue->node(i));

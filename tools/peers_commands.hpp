@@ -11,6 +11,8 @@
 
 #include "selector_options.hpp"
 
+#include "telvor/catalogue/limits.hpp"
+
 namespace telvor::tool {
 
 // How to reach a directory (the ldap format): simple bind with the password read from a
@@ -30,7 +32,7 @@ struct ImportRequest {
   std::optional<std::string> catalogue;  // -o: appended to under its lock (created when missing); absent or "-": printed
   bool replaceMatching = false;          // update the nodes with the same AE title, address and port
   bool strict = false;                   // any loss fails
-  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;  // larger inputs are refused unread
+  std::uint64_t maxInputBytes = catalogue::kDefaultMaxInputBytes;  // larger inputs are refused unread
 };
 
 struct ExportRequest {
@@ -41,7 +43,7 @@ struct ExportRequest {
   SelectorOptions selectors;             // with `select`: the nodes any of them matches, in catalogue order;
   std::vector<std::string> select;       // all when none. --select: a position, name or AE title
   bool strict = false;
-  std::uint64_t maxInputBytes = std::uint64_t{256} << 20;
+  std::uint64_t maxInputBytes = catalogue::kDefaultMaxInputBytes;
   // The TLS files written for nodes that authenticate with a certificate (dcmtk-pstat).
   std::optional<std::string> certificateFile, privateKeyFile;
 };

@@ -7,6 +7,7 @@
 #include "catalogue_problems.hpp"
 #include "command.hpp"
 #include "tool_error.hpp"
+#include "catalogue_errors.hpp"
 #include "commands.hpp"
 #include "node_output.hpp"
 #include "node_table.hpp"
@@ -77,7 +78,7 @@ int runShow(const ShowOptions& options) {
   try {
     index = catalogue.selectOne(options.selector.selector());
   } catch (const catalogue::CatalogueError& e) {
-    rethrowAsToolError(e);
+    throwToolError(e);
   }
   if (options.json) printJson(nodeEntry(catalogue.node(index), index, catalogue.storesIdentifiers()));
   else writeStandardOutput(formatNodeFields(catalogue.node(index), index, catalogue.storesIdentifiers()));
@@ -94,7 +95,10 @@ void addCatalogueInput(CLI::App& command, Options& options) {
 }
 
 void addInputLimit(CLI::App& command, std::uint64_t& maxInputBytes) {
-  command.add_option("--max-input-size", maxInputBytes, "refuse larger inputs unread (default 268435456, 256 MiB)")
+  static const std::string help = "refuse larger inputs unread (default " +
+                                  std::to_string(catalogue::kDefaultMaxInputBytes) + ", " +
+                                  std::to_string(catalogue::kDefaultMaxInputBytes >> 20) + " MiB)";
+  command.add_option("--max-input-size", maxInputBytes, help)
       ->check(CLI::PositiveNumber);
 }
 

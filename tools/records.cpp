@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "plist_io.hpp"
-#include "support/bounded_input.hpp"
+#include "telvor/catalogue/bounded_input.hpp"
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/json/json.hpp"
 #include "telvor/node/dicom_node.hpp"
@@ -146,7 +146,7 @@ std::string convertPlistToJson(const std::string& bytes) {
   }
 }
 
-static_assert(kReadAheadRoom >= json::SimdjsonDocument::kPadding);
+static_assert(catalogue::kReadAheadRoom >= json::SimdjsonDocument::kPadding);
 
 void padForReading(std::string& bytes) { bytes.reserve(bytes.size() + json::SimdjsonDocument::kPadding); }
 

@@ -31,4 +31,14 @@ void addSelectorOptions(CLI::App& command, SelectorOptions& options, bool withNa
   command.add_option("--id", options.id, "the node with this identifier (JSON catalogues only)")->group(group);
 }
 
+std::string optionText(const catalogue::Selector& selector) {
+  switch (selector.by) {
+    case catalogue::Selector::By::index: return "--index " + selector.value;
+    case catalogue::Selector::By::name: return "--name \"" + selector.value + "\"";
+    case catalogue::Selector::By::aetitle: return "--aet \"" + selector.value + "\"";
+    case catalogue::Selector::By::id: return "--id " + selector.value;
+  }
+  return selector.value;
+}
+
 }  // namespace telvor::tool

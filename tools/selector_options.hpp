@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "selector.hpp"
+#include "telvor/catalogue/selector.hpp"
 
 namespace CLI {
 class App;
@@ -23,6 +23,9 @@ struct SelectorOptions {
   // The selector given (after requireOne()).
   catalogue::Selector selector() const;
 };
+
+// The selector as it reads on the command line: "--index 2", "--name \"Main archive\"".
+std::string optionText(const catalogue::Selector& selector);
 
 // Declares --index and --id, and --name and --aet unless `withNameAndAet` is false (in
 // `set`, whose field options declare those two), under the help heading `group`.

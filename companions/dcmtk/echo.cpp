@@ -16,25 +16,13 @@
 #include "retrieve_check.hpp"
 #include "socket_handover.hpp"
 #include "telvor/dcmtk/tls_profile_conversion.hpp"
+#include "telvor/node/node_validation.hpp"
 #include "telvor/vocabulary/transfer_syntax.hpp"
 
 namespace telvor::dcmtk {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-// What an AE title may hold: 1 to 16 characters once leading and trailing spaces are
-// dropped, printable ASCII without the backslash.
-std::optional<std::string_view> significantAeTitle(std::string_view title) {
-  const auto first = title.find_first_not_of(' ');
-  if (first == std::string_view::npos) return std::nullopt;
-  title = title.substr(first, title.find_last_not_of(' ') - first + 1);
-  if (title.size() > 16) return std::nullopt;
-  for (const char c : title)
-    if (static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) >= 0x7F || c == '\\')
-      return std::nullopt;
-  return title;
-}
 
 EchoResult notAttempted(std::string reason) { return {EchoOutcome::notAttempted, std::move(reason)}; }
 

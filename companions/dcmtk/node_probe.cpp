@@ -15,13 +15,6 @@
 namespace telvor::dcmtk {
 namespace {
 
-// validate() has already made sure the text is a number from 1 to 65535.
-std::uint16_t portNumber(std::string_view text) {
-  unsigned value = 0;
-  for (const char c : text) value = value * 10 + static_cast<unsigned>(c - '0');
-  return static_cast<std::uint16_t>(value);
-}
-
 // The problems that keep a peer from being reached; a WADO URL matters only to WADO.
 std::optional<EchoResult> unusableNode(const DicomNode& node) {
   std::string reasons;
@@ -153,7 +146,7 @@ EchoResult runJob(const Job& job, const DicomNode& node, const ProbeOptions& opt
 
 std::variant<EchoTarget, EchoResult> echoTarget(const DicomNode& node, const ProbeOptions& options) {
   if (auto unusable = unusableNode(node)) return std::move(*unusable);
-  EchoTarget target{*node.address, portNumber(*node.port), *node.aetitle, std::nullopt};
+  EchoTarget target{*node.address, portNumber(*node.port).value_or(0), *node.aetitle, std::nullopt};
   if (!node.tlsSettings || !node.tlsSettings->isEnabled) return target;
 
   const TlsSettings& settings = *node.tlsSettings;

@@ -128,8 +128,8 @@ TEST(TelvorNodesEcho, SelectorsProbeOneNodeAndBadUsageIsSaidOnce) {
   const std::vector<Usage> usage{
       {"--index 1 --name Closed", "select at most one node"},
       {"--listen-port 11113", "--listen-port and --accept-from go with --check-retrieve"},
-      {"--index 3", "no node --index 3"},
-      {"--node-aet NOBODY", "no node matches --node-aet \"NOBODY\""},
+      {"--index 3", "no node at position 3"},
+      {"--node-aet NOBODY", "no node matches the AE title \"NOBODY\""},
       {"--aet 'BACK\\SLASH'", "--aet \"BACK\\SLASH\" is not a valid AE title"},
       {"--aet SEVENTEEN-LETTERS", "--aet \"SEVENTEEN-LETTERS\" is not a valid AE title"},
   };

@@ -14,16 +14,16 @@ namespace telvor::qt {
 
 namespace {
 
-struct SystemColorRow {
+// The dark appearance's values; the light ones are the library's (Color::systemColor).
+struct DarkColorRow {
   SystemColor name;
-  std::array<int, 3> light;
   std::array<int, 3> dark;
 };
 
-constexpr std::array<SystemColorRow, 3> kSystemColors{{
-    {SystemColor::systemGray, {142, 142, 147}, {152, 152, 157}},
-    {SystemColor::systemRed, {255, 59, 48}, {255, 69, 58}},
-    {SystemColor::systemGreen, {52, 199, 89}, {48, 209, 88}},
+constexpr std::array<DarkColorRow, 3> kDarkSystemColors{{
+    {SystemColor::systemGray, {152, 152, 157}},
+    {SystemColor::systemRed, {255, 69, 58}},
+    {SystemColor::systemGreen, {48, 209, 88}},
 }};
 
 QByteArray symbolSvg(const QString& resource) {
@@ -45,11 +45,9 @@ PaletteColors::PaletteColors(const QPalette& palette) noexcept
                       : Appearance::light) {}
 
 Color PaletteColors::color(SystemColor name) const {
-  for (const SystemColorRow& row : kSystemColors) {
-    if (row.name != name) continue;
-    const auto& rgb = appearance_ == Appearance::light ? row.light : row.dark;
-    return Color::named(name, rgb[0] / 255.0, rgb[1] / 255.0, rgb[2] / 255.0);
-  }
+  if (appearance_ == Appearance::light) return Color::systemColor(name);
+  for (const DarkColorRow& row : kDarkSystemColors)
+    if (row.name == name) return Color::named(name, row.dark[0] / 255.0, row.dark[1] / 255.0, row.dark[2] / 255.0);
   return Color::systemColor(name);
 }
 

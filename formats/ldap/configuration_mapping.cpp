@@ -176,6 +176,7 @@ peers::PeerList nodesFromConfiguration(const ConfigurationEntries& entries) {
       list.losses.push_back({position, label, "dicomNetworkConnectionReference", quoted(usable[k].first),
                              "not carried (one node per AE, from connection " + quoted(usable.front().first) + ")"});
     list.nodes.push_back(std::move(node));
+    list.sources.push_back(position);
   }
   for (const auto& web : entries.webApplications) {
     ++position;

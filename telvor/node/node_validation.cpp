@@ -77,15 +77,7 @@ void checkAeTitle(const std::optional<std::string>& aetitle, std::vector<NodePro
   }
 }
 
-bool isPortNumber(std::string_view text) noexcept {
-  if (text.empty() || text.size() > 5) return false;
-  std::uint32_t value = 0;
-  for (const char c : text) {
-    if (c < '0' || c > '9') return false;
-    value = value * 10 + static_cast<std::uint32_t>(c - '0');
-  }
-  return value >= 1 && value <= 65535;
-}
+bool isPortNumber(std::string_view text) noexcept { return portNumber(text).has_value(); }
 
 bool isDigits(std::string_view text) noexcept {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
@@ -170,6 +162,25 @@ void checkWado(const WadoSettings& wado, std::vector<NodeProblem>& out) {
 }  // namespace
 
 std::string_view codeName(NodeProblemCode code) noexcept { return row(code).name; }
+
+std::optional<std::string_view> significantAeTitle(std::string_view title) noexcept {
+  const std::string_view significant = trimSpaces(title);
+  if (significant.empty() || significant.size() > 16) return std::nullopt;
+  for (const char c : significant)
+    if (!isAeCharacter(c)) return std::nullopt;
+  return significant;
+}
+
+std::optional<std::uint16_t> portNumber(std::string_view text) noexcept {
+  if (text.empty() || text.size() > 5) return std::nullopt;
+  std::uint32_t value = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') return std::nullopt;
+    value = value * 10 + static_cast<std::uint32_t>(c - '0');
+  }
+  if (value < 1 || value > 65535) return std::nullopt;
+  return static_cast<std::uint16_t>(value);
+}
 
 std::vector<NodeProblem> validate(const DicomNode& node) {
   std::vector<NodeProblem> problems;

@@ -14,6 +14,8 @@
 // none (absent, or 0 as a property list writes none). The record's own forms accept all of these; only a network peer will not.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -49,6 +51,14 @@ struct NodeProblem {
   std::string message;  // what is wrong and what to do about it
   friend bool operator==(const NodeProblem&, const NodeProblem&) = default;
 };
+
+// The AE-title rule, shared by validation and the probes: 1 to 16 characters once leading
+// and trailing spaces are dropped, printable ASCII without the backslash. Gives the title
+// without those spaces, or nothing when it breaks the rule.
+TELVOR_API std::optional<std::string_view> significantAeTitle(std::string_view title) noexcept;
+
+// The port rule: decimal digits only, 1 to 65535. Gives the number, or nothing.
+TELVOR_API std::optional<std::uint16_t> portNumber(std::string_view text) noexcept;
 
 // Every problem of the node, in field order (AE title, port, address, WADO); empty when
 // there is none. Never throws for any field value.

@@ -1,8 +1,10 @@
 #include "telvor/platform/uuid.hpp"
 
+#include <sys/mman.h>
 #include <sys/random.h>
 
 #include <cerrno>
+#include <cstring>
 #include <system_error>
 
 #include "telvor/coding/coding_error.hpp"
@@ -46,17 +48,69 @@ CanonicalText canonicalText(const UUID::Bytes& bytes) noexcept {
 
 }  // namespace
 
-UUID UUID::random() {
-  Bytes bytes;
+namespace {
+
+void fillRandom(std::uint8_t* out, std::size_t size) {
   std::size_t filled = 0;
-  while (filled < bytes.size()) {
-    const ssize_t n = getrandom(bytes.data() + filled, bytes.size() - filled, 0);
+  while (filled < size) {
+    const ssize_t n = getrandom(out + filled, size - filled, 0);
     if (n < 0) {
       if (errno == EINTR) continue;
       throw std::system_error(errno, std::generic_category(), "no source of random bytes for a UUID");
     }
     filled += static_cast<std::size_t>(n);
   }
+}
+
+// A thread's store of random bytes, so that reading thousands of nodes costs a system call
+// per 255 identifiers rather than one each. The page is wiped on fork (MADV_WIPEONFORK),
+// so a child never hands out its parent's bytes; where the kernel cannot do that, every
+// identifier draws its own bytes. Bytes are cleared as they are handed out.
+class RandomPool {
+ public:
+  RandomPool(const RandomPool&) = delete;
+  RandomPool& operator=(const RandomPool&) = delete;
+  RandomPool() {
+#ifdef MADV_WIPEONFORK
+    void* mapped = ::mmap(nullptr, sizeof(Page), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapped == MAP_FAILED) return;
+    if (::madvise(mapped, sizeof(Page), MADV_WIPEONFORK) != 0) {
+      ::munmap(mapped, sizeof(Page));
+      return;
+    }
+    page_ = static_cast<Page*>(mapped);
+#endif
+  }
+  ~RandomPool() {
+    if (page_) ::munmap(page_, sizeof(Page));
+  }
+
+  void take(std::uint8_t* out, std::size_t size) {
+    if (!page_ || size > sizeof page_->bytes) return fillRandom(out, size);
+    if (page_->left < size) {
+      fillRandom(page_->bytes, sizeof page_->bytes);
+      page_->left = sizeof page_->bytes;
+    }
+    std::uint8_t* from = page_->bytes + (sizeof page_->bytes - page_->left);
+    std::memcpy(out, from, size);
+    std::memset(from, 0, size);
+    page_->left -= size;
+  }
+
+ private:
+  struct Page {
+    std::size_t left;  // zero after a fork wiped the page
+    std::uint8_t bytes[4096 - sizeof(std::size_t)];
+  };
+  Page* page_ = nullptr;
+};
+
+}  // namespace
+
+UUID UUID::random() {
+  thread_local RandomPool pool;
+  Bytes bytes;
+  pool.take(bytes.data(), bytes.size());
   bytes[6] = static_cast<std::uint8_t>((bytes[6] & 0x0F) | 0x40);  // version 4
   bytes[8] = static_cast<std::uint8_t>((bytes[8] & 0x3F) | 0x80);  // RFC 4122 variant
   return UUID(bytes);

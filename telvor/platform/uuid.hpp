@@ -29,7 +29,8 @@ class TELVOR_API UUID {
   explicit constexpr UUID(const Bytes& bytes) noexcept : bytes_(bytes) {}
 
   // A new random (version 4) UUID from the operating system's cryptographically secure
-  // source. Throws std::system_error only if that source is unavailable.
+  // source, drawn a few kilobytes at a time per thread (never shared with a forked child).
+  // Throws std::system_error only if that source is unavailable.
   static UUID random();
 
   // Parses the 36-character hyphenated form (8-4-4-4-12 hexadecimal digits) in either

@@ -1,7 +1,10 @@
 #include "telvor/platform/uuid.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstring>
 #include <set>
 
 #include "support/coding_support.hpp"
@@ -12,7 +15,7 @@ namespace {
 
 TEST(UUID, RandomHasVersion4AndTheRfcVariantAndIsUnique) {
   std::set<std::string> seen;
-  for (int i = 0; i < 200; ++i) {
+  for (int i = 0; i < 1000; ++i) {  // past several refills of a thread's random bytes
     const auto id = UUID::random();
     EXPECT_EQ(id.bytes()[6] >> 4, 4);
     EXPECT_EQ(id.bytes()[8] >> 6, 2);
@@ -21,6 +24,27 @@ TEST(UUID, RandomHasVersion4AndTheRfcVariantAndIsUnique) {
     EXPECT_EQ(text.find_first_of("abcdef"), std::string::npos);
     EXPECT_TRUE(seen.insert(text).second);
   }
+}
+
+TEST(UUID, AForkedChildNeverRepeatsItsParentsIdentifiers) {
+  (void)UUID::random();  // the parent now holds random bytes in store
+  int pipe[2];
+  ASSERT_EQ(::pipe(pipe), 0);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const auto id = UUID::random().uuidString();
+    const bool sent = ::write(pipe[1], id.data(), id.size()) == static_cast<ssize_t>(id.size());
+    ::_exit(sent ? 0 : 1);
+  }
+  ::close(pipe[1]);
+  const std::string parents = UUID::random().uuidString();
+  char text[36] = {};
+  const ssize_t got = ::read(pipe[0], text, sizeof text);
+  ::close(pipe[0]);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  ASSERT_EQ(got, 36);
+  EXPECT_NE(std::string(text, 36), parents);
 }
 
 TEST(UUID, ParsesTheHyphenatedFormInEitherCaseOnly) {

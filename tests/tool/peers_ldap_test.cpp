@@ -10,7 +10,7 @@
 #include <fstream>
 #include <thread>
 
-#include "catalogue.hpp"
+#include "telvor/catalogue/catalogue.hpp"
 #include "support/peer_nodes.hpp"
 #include "support/slapd.hpp"
 #include "telvor/ldap/directory.hpp"
@@ -139,10 +139,10 @@ TEST_F(LdapPeers, ImportsExactlyTheUsableAesAndSaysWhyForEachOther) {
   EXPECT_EQ(nodes[2].aetitle, "WARD2");
 
   for (const char* why : {"\"ARCHIVE\": dicomNetworkConnectionReference: \"dicom-tls\" -> not carried",
-                          "\"CT1\": dicomAssociationAcceptor: FALSE: accepts no associations",
-                          "\"RETIRED\": dicomInstalled: device not installed", "\"WARD\": dicomInstalled: FALSE",
-                          "\"VIEWER\": dicomNetworkConnectionReference: connection \"dicom\" has no port (outbound only)",
-                          "\"SPARE\": dicomNetworkConnectionReference: connection \"dicom\" not installed"})
+                          "\"CT1\" (not imported): dicomAssociationAcceptor: FALSE: accepts no associations",
+                          "\"RETIRED\" (not imported): dicomInstalled: device not installed", "\"WARD\" (not imported): dicomInstalled: FALSE",
+                          "\"VIEWER\" (not imported): dicomNetworkConnectionReference: connection \"dicom\" has no port (outbound only)",
+                          "\"SPARE\" (not imported): dicomNetworkConnectionReference: connection \"dicom\" not installed"})
     EXPECT_NE(r.err.find(why), std::string::npos) << why << "\n" << r.err;
   EXPECT_NE(r.err.find("3 node(s) added"), std::string::npos) << r.err;
 

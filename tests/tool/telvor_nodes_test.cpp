@@ -240,4 +240,31 @@ TEST_F(TelvorNodes, OneHugeNameKeepsTheListBounded) {
   EXPECT_NE(r.out.find(std::string(39, 'N') + "…"), std::string::npos);
 }
 
+
+// A binary property list is one by its signature, whatever its name: every command reads it.
+TEST_F(TelvorNodes, ABinaryPropertyListNamedJsonIsReadAlikeByEveryCommand) {
+  const auto file = scratch("nodes.json");
+  ASSERT_EQ(run("convert --binary '" + data("nodes.json") + "' -o '" + scratch("bin.plist") + "'").status, 0);
+  fs::copy_file(scratch("bin.plist"), file);
+  const struct {
+    const char* name;
+    std::string args;
+    int status;
+  } cases[] = {
+      {"list", "list '" + file + "'", 0},
+      {"show", "show '" + file + "' --index 1", 0},
+      {"convert", "convert '" + file + "' --to json", 0},
+      {"convertFromStandardInput", "convert - --to json", 0},
+      {"set", "set '" + file + "' --index 1 --port 1234", 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const auto r = run(c.args, file);
+    EXPECT_EQ(r.status, c.status) << r.err;
+  }
+  EXPECT_TRUE(slurp(file).starts_with("bplist")) << "an edit keeps the file's format";
+  const auto check = run("check '" + file + "'");
+  EXPECT_LE(check.status, 1) << check.err;  // an answer, not an unusable input
+}
+
 }  // namespace

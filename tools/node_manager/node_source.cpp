@@ -6,8 +6,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "catalogue.hpp"
-#include "catalogue_error.hpp"
+#include "telvor/catalogue/catalogue.hpp"
+#include "telvor/catalogue/catalogue_error.hpp"
 #include "telvor/qt/node_settings_store.hpp"
 
 namespace telvor::node_manager {
@@ -81,7 +81,9 @@ class CatalogueFile final : public NodeSource {
     try {
       apply();
     } catch (const catalogue::CatalogueError& e) {
-      if (e.kind() != catalogue::CatalogueError::Kind::selection) throw;
+      if (e.kind() != catalogue::CatalogueError::Kind::invalidArgument &&
+          e.kind() != catalogue::CatalogueError::Kind::unrepresentable)
+        throw;
       throw std::runtime_error(path_.toStdString() + ": node \"" + node.name.value_or("") + "\": " + e.what());
     }
   }

@@ -186,7 +186,7 @@ class NodeEditorTest : public QObject {
     QTest::newRow("address with a port") << "addressEdit" << "pacs.example.org:104"
         << validationMessage([](DicomNode& n) { n.address = "pacs.example.org:104"; }) << "10.0.0.5";
     QTest::newRow("WADO URL cleared") << "wadoUrlEdit" << ""
-        << validationMessage([](DicomNode& n) { n.wadoSettings.url.reset(); }) << "http://10.0.0.5/wado";
+        << validationMessage([](DicomNode& n) { n.wadoSettings.url.reset(); }) << "https://10.0.0.5/wado";
     QTest::newRow("empty name") << "nameEdit" << "  " << "The name is empty: give the node a name to show in lists."
         << "Renamed";
   }

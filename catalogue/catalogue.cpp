@@ -1,4 +1,4 @@
-#include "catalogue.hpp"
+#include "telvor/catalogue/catalogue.hpp"
 
 #include <boost/json/object.hpp>
 
@@ -7,9 +7,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "catalogue_error.hpp"
-#include "support/atomic_save.hpp"
-#include "support/bounded_input.hpp"
+#include "telvor/catalogue/atomic_save.hpp"
+#include "telvor/catalogue/bounded_input.hpp"
+#include "telvor/catalogue/catalogue_error.hpp"
 #include "telvor/coding/coding_error.hpp"
 #include "telvor/coding/text.hpp"
 #include "telvor/json/json.hpp"
@@ -21,6 +21,7 @@ namespace telvor::catalogue {
 namespace {
 
 using Kind = CatalogueError::Kind;
+using Operation = CatalogueError::Operation;
 
 bool hasExtension(const std::filesystem::path& path, std::string_view extension) {
   return path.extension() == extension;
@@ -56,34 +57,64 @@ std::string label(const DicomNode& node, std::size_t index) {
   return text;
 }
 
-PropertyDictionary dictionaryFor(const DicomNode& node) {
+// The fields a property-list entry cannot be without.
+std::string missingKeys(const DicomNode& node) {
+  std::string keys;
+  const auto note = [&](bool present, const char* key) {
+    if (!present) keys += (keys.empty() ? "" : ", ") + std::string(key);
+  };
+  note(node.aetitle.has_value(), "AETitle");
+  note(node.name.has_value(), "name");
+  note(node.address.has_value(), "address");
+  note(node.port.has_value(), "port");
+  return keys;
+}
+
+PropertyDictionary dictionaryFor(const DicomNode& node, std::optional<std::size_t> index) {
   auto dictionary = node.toDictionary();
   if (!dictionary)
-    throw CatalogueError(Kind::selection,
+    throw CatalogueError(Kind::invalidArgument, Operation::editing,
                          "a property-list catalogue holds only nodes with an AE title, a name, an address and a port; "
-                         "give the missing ones (--aet, --name, --address, --port)");
+                         "this node has no " + missingKeys(node),
+                         {}, 0, index, missingKeys(node));
   return std::move(*dictionary);
 }
 
-boost::json::object codedForm(const DicomNode& node) {
+boost::json::object codedForm(const DicomNode& node, std::optional<std::size_t> index) {
   try {
     return json::toDocument(node).as_object();
   } catch (const CodingError& e) {
-    throw CatalogueError(Kind::selection, e.what());
+    throw CatalogueError(Kind::unrepresentable, Operation::editing, e.what(), {}, 0, index);
+  }
+}
+
+// Errors of reading a file: what the caller fixes is the input, unless the system failed.
+Kind readFailureKind(int error) {
+  switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+    case EISDIR:
+    case EFBIG:
+    case ELOOP:
+    case ENAMETOOLONG: return Kind::invalidInput;
+    default: return Kind::storage;
   }
 }
 
 // The file's bytes; when `missing` is given, a file that does not exist sets it instead.
 std::string readFile(const std::filesystem::path& path, std::uint64_t limit, bool* missing) {
   try {
-    return tool::readBounded(path.string(), limit);
-  } catch (const tool::ReadError& e) {
+    return readBounded(path.string(), limit);
+  } catch (const ReadError& e) {
     if (missing && e.errorNumber() == ENOENT) {
       *missing = true;
       return {};
     }
-    throw CatalogueError(Kind::unusableInput,
-                         e.tooLarge() ? std::string(e.what()) + " (raise it with --max-input-size BYTES)" : e.what());
+    const std::string what = e.what();
+    const std::string prefix = e.path() + ": ";
+    const std::string reason = what.starts_with(prefix) ? what.substr(prefix.size()) : what;
+    throw CatalogueError(readFailureKind(e.errorNumber()), Operation::reading, reason,
+                         path, e.errorNumber());
   }
 }
 
@@ -92,7 +123,7 @@ Catalogue parseFile(const std::filesystem::path& path, std::string_view bytes) {
   try {
     return Catalogue::parse(bytes, Catalogue::formatOf(path, bytes));
   } catch (const CatalogueError& e) {
-    throw CatalogueError(e.kind(), path.string() + ": " + e.what());
+    throw e.inFile(path);
   }
 }
 
@@ -100,10 +131,10 @@ Catalogue parseFile(const std::filesystem::path& path, std::string_view bytes) {
 
 std::string Selector::describe() const {
   switch (by) {
-    case By::index: return "--index " + value;
-    case By::name: return "--name \"" + value + "\"";
-    case By::aetitle: return "--aet \"" + value + "\"";
-    case By::id: return "--id " + value;
+    case By::index: return "position " + value;
+    case By::name: return "the name \"" + value + "\"";
+    case By::aetitle: return "the AE title \"" + value + "\"";
+    case By::id: return "the identifier " + value;
   }
   return value;
 }
@@ -119,8 +150,15 @@ FileFormat Catalogue::formatOf(const std::filesystem::path& path, std::string_vi
 
 Catalogue Catalogue::empty(FileFormat format) { return Catalogue(format); }
 
-Catalogue Catalogue::parse(std::string_view bytes, FileFormat format) {
+void Catalogue::requireEditable() const {
+  if (viewOnly_)
+    throw CatalogueError(Kind::invalidArgument, Operation::editing,
+                         "the catalogue was read for viewing only; read it for editing to change it");
+}
+
+Catalogue Catalogue::parse(std::string_view bytes, FileFormat format, Purpose purpose) {
   Catalogue catalogue(format);
+  catalogue.viewOnly_ = purpose == Purpose::viewing;
   if (format == FileFormat::json) {
     try {
       auto document = json::parse(bytes);
@@ -130,22 +168,32 @@ Catalogue Catalogue::parse(std::string_view bytes, FileFormat format) {
         catalogue.wasArray_ = false;
         catalogue.objects_.push_back(std::move(document));
       }
+      catalogue.nodes_.reserve(catalogue.objects_.size());
       for (std::size_t i = 0; i < catalogue.objects_.size(); ++i) {
         const auto at = catalogue.wasArray_ ? CodingPathLink(nullptr, static_cast<std::int64_t>(i)) : CodingPathLink();
         catalogue.nodes_.push_back(json::fromDocument<DicomNode>(catalogue.objects_[i], at));
       }
     } catch (const CodingError& e) {
-      throw CatalogueError(Kind::unusableInput, e.what());
+      throw CatalogueError(Kind::invalidInput, Operation::reading, e.what());
     }
     return catalogue;
   }
   try {
+    if (catalogue.viewOnly_) {
+      // Each node is made as soon as its dictionary is read; no dictionary outlives it.
+      catalogue.wasArray_ = plist::parseEach(bytes, [&](PropertyDictionary&& dictionary) {
+        catalogue.nodes_.emplace_back(dictionary);
+        catalogue.nodes_.back().uniqueId.reset();
+      });
+      return catalogue;
+    }
     auto document = plist::parse(bytes);
     catalogue.wasArray_ = document.wasArray;
     catalogue.dictionaries_ = std::move(document.dictionaries);
   } catch (const plist::PlistError& e) {
-    throw CatalogueError(Kind::unusableInput, std::string("dataCorrupted at $: ") + e.what());
+    throw CatalogueError(Kind::invalidInput, Operation::reading, std::string("dataCorrupted at $: ") + e.what());
   }
+  catalogue.nodes_.reserve(catalogue.dictionaries_.size());
   for (const auto& dictionary : catalogue.dictionaries_) {
     catalogue.nodes_.emplace_back(dictionary);
     catalogue.nodes_.back().uniqueId.reset();  // drawn at random by the read; not the file's
@@ -158,6 +206,7 @@ Catalogue Catalogue::load(const std::filesystem::path& path, std::uint64_t maxIn
 }
 
 std::optional<WadoSettings> Catalogue::savedWadoSettings(std::size_t index) const {
+  requireEditable();
   if (format_ == FileFormat::json) return std::nullopt;
   PropertyDictionary asWado = dictionaries_.at(index);
   asWado.setValue("retrieveMode", PropertyValue::numberObject(rawValue(RetrieveModeType::wado)));
@@ -174,16 +223,17 @@ std::vector<std::size_t> Catalogue::matches(const Selector& selector) const {
                                       [](char c) { return c >= '0' && c <= '9'; });
       if (digits) position = std::stoul(selector.value);
       if (position < 1 || position > size())
-        throw CatalogueError(Kind::selection, "no node " + selector.describe() + ": the catalogue holds " +
-                                                  std::to_string(size()) + " node(s), numbered from 1 (see `list`)");
+        throw CatalogueError(Kind::invalidArgument, Operation::editing,
+                             "no node at " + selector.describe() + ": the catalogue holds " + std::to_string(size()) +
+                                 " node(s), numbered from 1");
       found.push_back(position - 1);
       return found;
     }
     case Selector::By::id:
       if (!storesIdentifiers())
-        throw CatalogueError(Kind::selection,
+        throw CatalogueError(Kind::invalidArgument, Operation::editing,
                              "a property list stores no node identifiers (each read draws new ones); "
-                             "select with --index, --name or --aet");
+                             "select by position, name or AE title");
       {
         // Identifiers are written in upper case; accept what a user types in lower case.
         std::string upper = selector.value;
@@ -214,22 +264,23 @@ std::size_t Catalogue::selectOne(const Selector& selector) const {
     for (std::size_t i = 0; i < size(); ++i) candidates.push_back(i);
     message += candidates.empty() ? "; the catalogue is empty" : "; the nodes are:";
   } else {
-    message = std::to_string(found.size()) + " nodes match " + selector.describe() + "; select one with --index:";
+    message = std::to_string(found.size()) + " nodes match " + selector.describe() + "; select one by position:";
   }
   for (const std::size_t i : candidates) message += "\n  " + label(nodes_[i], i);
-  throw CatalogueError(Kind::selection, message);
+  throw CatalogueError(Kind::invalidArgument, Operation::editing, message);
 }
 
 std::vector<std::string> Catalogue::replace(std::size_t index, const DicomNode& after) {
+  requireEditable();
   std::vector<std::string> changed;
   if (format_ == FileFormat::json) {
-    const auto before = codedForm(nodes_.at(index));
-    const auto next = codedForm(after);
+    const auto before = codedForm(nodes_.at(index), index);
+    const auto next = codedForm(after, index);
     auto& stored = objects_.at(index);
     if (!stored.is_object()) stored = boost::json::object();
     mergeCodedForm(stored.as_object(), before, next, changed, "");
   } else {
-    dictionaryFor(after);  // refuses before anything changes
+    dictionaryFor(after, index);  // refuses before anything changes
     auto& stored = dictionaries_.at(index);
     const DicomNode before(stored);
     const auto edit = applyDictionaryEdit(stored, before, after);
@@ -242,15 +293,19 @@ std::vector<std::string> Catalogue::replace(std::size_t index, const DicomNode& 
 }
 
 void Catalogue::append(const DicomNode& node) {
-  if (format_ == FileFormat::json) objects_.push_back(codedForm(node));
-  else dictionaries_.push_back(dictionaryFor(node));
+  requireEditable();
+  if (format_ == FileFormat::json) objects_.push_back(codedForm(node, size()));
+  else dictionaries_.push_back(dictionaryFor(node, size()));
   nodes_.push_back(node);
   if (!storesIdentifiers()) nodes_.back().uniqueId.reset();
   wasArray_ = wasArray_ || nodes_.size() > 1;
 }
 
 void Catalogue::remove(std::size_t index) {
-  if (index >= size()) throw CatalogueError(Kind::selection, "no node #" + std::to_string(index + 1));
+  requireEditable();
+  if (index >= size())
+    throw CatalogueError(Kind::invalidArgument, Operation::editing, "no node #" + std::to_string(index + 1),
+                         {}, 0, index);
   const auto at = static_cast<std::ptrdiff_t>(index);
   if (format_ == FileFormat::json) objects_.erase(objects_.begin() + at);
   else dictionaries_.erase(dictionaries_.begin() + at);
@@ -258,6 +313,7 @@ void Catalogue::remove(std::size_t index) {
 }
 
 std::string Catalogue::serialize() const {
+  requireEditable();
   // A single record stays a single record; anything else is an array.
   const bool asArray = wasArray_ || size() != 1;
   if (format_ == FileFormat::json) {
@@ -268,7 +324,9 @@ std::string Catalogue::serialize() const {
     return plist::serialize(plist::PropertyListDocument{dictionaries_, asArray},
                             format_ == FileFormat::binaryPropertyList ? plist::Format::binary : plist::Format::xml);
   } catch (const plist::PlistError& e) {
-    throw CatalogueError(Kind::selection, std::string("invalidValue at $: ") + e.what());
+    const std::string at = e.path().empty() ? "$" : e.path();
+    throw CatalogueError(Kind::unrepresentable, Operation::saving, "invalidValue at " + at + ": " + e.what(),
+                         {}, 0, std::nullopt, at);
   }
 }
 
@@ -288,13 +346,19 @@ CatalogueEditor CatalogueEditor::open(const std::filesystem::path& path, const O
 }
 
 void CatalogueEditor::save() {
-  const std::string bytes = catalogue_.serialize();
+  std::string bytes;
   try {
-    tool::saveAtomically(path_, bytes, {.followSymlinks = options_.followSymlinks});
-  } catch (const tool::SaveError& e) {
-    throw CatalogueError(Kind::notSaved, e.isSymbolicLink() ? std::string(e.what()) +
-                                                                  " (--follow-symlinks replaces the file it points to)"
-                                                            : e.what());
+    bytes = catalogue_.serialize();
+  } catch (const CatalogueError& e) {
+    throw e.inFile(path_);
+  }
+  try {
+    saveAtomically(path_, bytes, {.followSymlinks = options_.followSymlinks});
+  } catch (const SaveError& e) {
+    const std::string what = e.what();
+    const std::string prefix = e.path().string() + ": ";
+    throw CatalogueError(Kind::storage, Operation::saving, what.starts_with(prefix) ? what.substr(prefix.size()) : what,
+                         path_, e.errorNumber());
   }
 }
 

@@ -8,18 +8,21 @@
 // catalogue's inode would be left on the replaced file while the next editor locks the new
 // one. The sidecar is created 0600 on first use and never removed (removing it would let
 // two editors hold locks on two different sidecars). Advisory: only editors that take it
-// are kept apart; readers never wait.
+// are kept apart; readers never wait. The sidecar's descriptor is never 0 to 2.
 #pragma once
 
 #include <chrono>
 #include <filesystem>
 
+#include "telvor/catalogue/telvor_catalogue_export.hpp"
+
 namespace telvor::catalogue {
 
-class CatalogueLock {
+class TELVOR_CATALOGUE_API CatalogueLock {
  public:
   // Takes the exclusive lock for `catalogue`, waiting up to `wait` for another holder.
-  // Throws CatalogueError (notSaved) when the sidecar cannot be opened or the wait ends.
+  // Throws CatalogueError: unavailable when the wait ends with another holder, storage when
+  // the sidecar cannot be opened or locked.
   static CatalogueLock acquire(const std::filesystem::path& catalogue, std::chrono::milliseconds wait);
 
   CatalogueLock(CatalogueLock&& other) noexcept;

@@ -1,4 +1,4 @@
-#include "catalogue_lock.hpp"
+#include "telvor/catalogue/catalogue_lock.hpp"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -9,7 +9,8 @@
 #include <thread>
 #include <utility>
 
-#include "catalogue_error.hpp"
+#include "descriptor.hpp"
+#include "telvor/catalogue/catalogue_error.hpp"
 
 namespace telvor::catalogue {
 
@@ -21,19 +22,23 @@ std::filesystem::path CatalogueLock::sidecarOf(const std::filesystem::path& cata
 
 CatalogueLock CatalogueLock::acquire(const std::filesystem::path& catalogue, std::chrono::milliseconds wait) {
   const auto sidecar = sidecarOf(catalogue);
-  const int fd = ::open(sidecar.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+  using Kind = CatalogueError::Kind;
+  using Operation = CatalogueError::Operation;
+  const int fd =
+      detail::aboveStandardStreams(::open(sidecar.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
   if (fd < 0) {
     const int error = errno;
     // The lock lives beside the catalogue: a folder that cannot be written is what to fix.
     if (error == EACCES || error == EROFS || error == EPERM) {
       const auto folder = catalogue.has_parent_path() ? catalogue.parent_path() : std::filesystem::path(".");
-      throw CatalogueError(CatalogueError::Kind::notSaved,
+      throw CatalogueError(Kind::storage, Operation::locking,
                            "cannot write in the folder \"" + folder.string() + "\" (" + std::strerror(error) +
-                               "): saving \"" + catalogue.filename().string() +
-                               "\" needs a lock file and a new copy there; nothing was changed");
+                               "): saving needs a lock file and a new copy there; nothing was changed",
+                           catalogue, error);
     }
-    throw CatalogueError(CatalogueError::Kind::notSaved, "cannot open the lock file \"" + sidecar.string() +
-                                                             "\": " + std::strerror(error));
+    throw CatalogueError(Kind::storage, Operation::locking,
+                         "cannot open its lock file \"" + sidecar.string() + "\": " + std::strerror(error),
+                         catalogue, error);
   }
   const auto deadline = std::chrono::steady_clock::now() + wait;
   // Polling rather than a blocking flock with an alarm: no signal handlers in a library.
@@ -43,10 +48,12 @@ CatalogueLock CatalogueLock::acquire(const std::filesystem::path& catalogue, std
     if (error == EINTR) continue;
     if (error != EWOULDBLOCK || std::chrono::steady_clock::now() >= deadline) {
       ::close(fd);
-      const std::string why = error == EWOULDBLOCK ? "another editor holds it" : std::strerror(error);
-      throw CatalogueError(CatalogueError::Kind::notSaved,
-                           "cannot lock \"" + catalogue.string() + "\" (" + sidecar.string() + "): " + why +
-                               "; nothing was changed. Try again, or wait longer with --wait SECONDS.");
+      const bool busy = error == EWOULDBLOCK;
+      throw CatalogueError(busy ? Kind::unavailable : Kind::storage, Operation::locking,
+                           "cannot lock it (" + sidecar.string() + "): " +
+                               (busy ? std::string("another editor holds the lock") : std::strerror(error)) +
+                               "; nothing was changed.",
+                           catalogue, error);
     }
     std::this_thread::sleep_for(pause);
     pause = std::min(pause * 2, std::chrono::milliseconds(100));

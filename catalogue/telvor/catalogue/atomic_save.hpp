@@ -2,12 +2,13 @@
 //
 // The bytes go to a temporary file beside the target, which is flushed to disk and then
 // renamed over the target; the directory is synced afterwards. Whatever goes wrong (no
-// space, a file-size limit, an I/O error, SIGINT/SIGTERM/SIGHUP during the save), the
-// previous file stays byte-identical and the temporary file is removed.
+// space, a file-size limit, an I/O error), the previous file stays byte-identical and the
+// temporary file is removed. The library installs no signal handler: a program that wants
+// an interrupted save cleaned up calls removeUnfinishedSave() from its own handler.
 //
 //   try {
-//     saveAtomically("nodes.plist", bytes);
-//   } catch (const SaveError& e) {
+//     telvor::catalogue::saveAtomically("nodes.plist", bytes);
+//   } catch (const telvor::catalogue::SaveError& e) {
 //     std::cerr << e.what() << '\n';  // "nodes.plist: No space left on device"
 //   }
 #pragma once
@@ -17,7 +18,9 @@
 #include <string>
 #include <string_view>
 
-namespace telvor::tool {
+#include "telvor/catalogue/telvor_catalogue_export.hpp"
+
+namespace telvor::catalogue {
 
 struct SaveOptions {
   // A target that is a symbolic link is refused unless this is set; then the file the link
@@ -27,7 +30,7 @@ struct SaveOptions {
 
 // Why a save failed. what() is one line, "PATH: REASON", REASON being the system's
 // description of errorNumber() where there is one.
-class SaveError : public std::runtime_error {
+class TELVOR_CATALOGUE_API SaveError : public std::runtime_error {
  public:
   SaveError(std::filesystem::path path, int errorNumber, const std::string& reason);
   // The refusal to replace a symbolic link that was not to be followed.
@@ -47,12 +50,17 @@ class SaveError : public std::runtime_error {
 
 // Replaces (or creates) `target` with `bytes`, atomically and durably. A new file gets mode
 // 0600; a replaced file keeps its mode, and its owner and group where the process may set
-// them. Throws SaveError, with the previous file untouched and no temporary file left.
-// While the save runs, SIGINT, SIGTERM and SIGHUP (unless ignored) remove the temporary
-// file and end the process with status 128 + the signal number (130, 143, 129), and
-// SIGXFSZ is ignored so that a file-size limit is an error rather than a crash. Saves in
-// one process are serialised. The file is a new inode: other hard links to the old one keep
-// the old bytes.
-void saveAtomically(const std::filesystem::path& target, std::string_view bytes, const SaveOptions& options = {});
+// them. Throws SaveError, with the previous file untouched and no temporary file left. A
+// file-size limit (RLIMIT_FSIZE) is an EFBIG error only where the program ignores SIGXFSZ,
+// whose default action ends the process. Saves in one process are serialised. The file is a
+// new inode: other hard links to the old one keep the old bytes. No descriptor 0 to 2 is
+// used, so a program started with a standard stream closed never writes into the file.
+TELVOR_CATALOGUE_API void saveAtomically(const std::filesystem::path& target, std::string_view bytes,
+                                         const SaveOptions& options = {});
 
-}  // namespace telvor::tool
+// Removes the temporary file of a save that is under way, if there is one; the save, should
+// it go on, then fails. Async-signal-safe: meant for a program's SIGINT/SIGTERM/SIGHUP
+// handler, before it ends the process.
+TELVOR_CATALOGUE_API void removeUnfinishedSave() noexcept;
+
+}  // namespace telvor::catalogue

@@ -1,4 +1,4 @@
-#include "support/atomic_save.hpp"
+#include "telvor/catalogue/atomic_save.hpp"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -14,7 +14,9 @@
 #include <mutex>
 #include <system_error>
 
-namespace telvor::tool {
+#include "descriptor.hpp"
+
+namespace telvor::catalogue {
 namespace fs = std::filesystem;
 namespace {
 
@@ -22,51 +24,16 @@ std::string reasonOf(int error) { return std::system_category().message(error); 
 
 [[noreturn]] void fail(const fs::path& target, int error) { throw SaveError(target, error, reasonOf(error)); }
 
-// What the signal handler needs to remove the temporary file. Written only while the
-// cleanup signals are blocked; the flag is set from just before the file exists until it
-// has been renamed or removed.
+// What removeUnfinishedSave needs. Written only while the cleanup signals are blocked in
+// this thread; the flag is set from just before the file exists until it has been renamed
+// or removed.
 volatile sig_atomic_t gTempActive = 0;
 int gDirectory = -1;
 char gTempName[NAME_MAX + 1];
 
 constexpr std::array<int, 3> kCleanupSignals{SIGINT, SIGTERM, SIGHUP};
 
-extern "C" void removeTempAndExit(int signal) {
-  if (gTempActive) ::unlinkat(gDirectory, gTempName, 0);
-  ::_exit(128 + signal);
-}
-
-// Installs the cleanup handler for the duration of a save (leaving ignored signals
-// ignored) and ignores SIGXFSZ, whose default action would kill the process mid-write.
-class SignalGuard {
- public:
-  SignalGuard() {
-    struct sigaction action {};
-    action.sa_handler = removeTempAndExit;
-    sigemptyset(&action.sa_mask);
-    for (const int signal : kCleanupSignals) sigaddset(&action.sa_mask, signal);
-    for (std::size_t i = 0; i < kCleanupSignals.size(); ++i) {
-      ::sigaction(kCleanupSignals[i], nullptr, &previous_[i]);
-      if (previous_[i].sa_handler != SIG_IGN) ::sigaction(kCleanupSignals[i], &action, nullptr);
-    }
-    struct sigaction ignore {};
-    ignore.sa_handler = SIG_IGN;
-    sigemptyset(&ignore.sa_mask);
-    ::sigaction(SIGXFSZ, &ignore, &previousFileSize_);
-  }
-  ~SignalGuard() {
-    for (std::size_t i = 0; i < kCleanupSignals.size(); ++i) ::sigaction(kCleanupSignals[i], &previous_[i], nullptr);
-    ::sigaction(SIGXFSZ, &previousFileSize_, nullptr);
-  }
-  SignalGuard(const SignalGuard&) = delete;
-  SignalGuard& operator=(const SignalGuard&) = delete;
-
- private:
-  std::array<struct sigaction, 3> previous_{};
-  struct sigaction previousFileSize_ {};
-};
-
-// Keeps the cleanup signals from arriving while the handler's state changes.
+// Keeps a program's cleanup handler from running while the state it reads changes.
 class BlockedSignals {
  public:
   BlockedSignals() {
@@ -174,10 +141,9 @@ void saveAtomically(const fs::path& target, std::string_view bytes, const SaveOp
   const std::string name = file.filename().string();
   if (name.empty() || name == "." || name == "..") fail(target, EISDIR);
   const fs::path directory = file.has_parent_path() ? file.parent_path() : fs::path(".");
-  Descriptor dir(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  Descriptor dir(detail::aboveStandardStreams(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
   if (dir.get() < 0) fail(target, errno);
 
-  const SignalGuard guard;
   int created = -1;
   {
     const BlockedSignals blocked;
@@ -187,6 +153,14 @@ void saveAtomically(const fs::path& target, std::string_view bytes, const SaveOp
       gDirectory = dir.get();
       created = ::openat(dir.get(), gTempName, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
       if (created < 0 && (errno != EEXIST || attempt == 100)) fail(target, errno);
+      if (created >= 0 && created <= 2) {
+        created = detail::aboveStandardStreams(created);
+        if (created < 0) {
+          const int error = errno;
+          ::unlinkat(dir.get(), gTempName, 0);
+          fail(target, error);
+        }
+      }
     }
     gTempActive = 1;
   }
@@ -210,4 +184,11 @@ void saveAtomically(const fs::path& target, std::string_view bytes, const SaveOp
     throw SaveError(target, errno, "saved, but its directory could not be synced: " + reasonOf(errno));
 }
 
-}  // namespace telvor::tool
+void removeUnfinishedSave() noexcept {
+  if (gTempActive) {
+    ::unlinkat(gDirectory, gTempName, 0);
+    gTempActive = 0;
+  }
+}
+
+}  // namespace telvor::catalogue

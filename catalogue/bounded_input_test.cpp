@@ -1,4 +1,4 @@
-#include "support/bounded_input.hpp"
+#include "telvor/catalogue/bounded_input.hpp"
 #include "support/scratch_files.hpp"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <functional>
 #include <optional>
 
-namespace telvor::tool {
+namespace telvor::catalogue {
 namespace {
 
 namespace fs = std::filesystem;
@@ -90,4 +90,4 @@ TEST_F(BoundedInput, RefusesWhatIsTooLargeOrNoFileBeforeReadingItWhole) {
 }
 
 }  // namespace
-}  // namespace telvor::tool
+}  // namespace telvor::catalogue

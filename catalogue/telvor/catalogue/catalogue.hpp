@@ -28,8 +28,10 @@
 #include <string_view>
 #include <vector>
 
-#include "catalogue_lock.hpp"
-#include "selector.hpp"
+#include "telvor/catalogue/catalogue_lock.hpp"
+#include "telvor/catalogue/limits.hpp"
+#include "telvor/catalogue/selector.hpp"
+#include "telvor/catalogue/telvor_catalogue_export.hpp"
 #include "telvor/coding/property_dictionary.hpp"
 #include "telvor/node/dicom_node.hpp"
 
@@ -37,21 +39,26 @@ namespace telvor::catalogue {
 
 enum class FileFormat { xmlPropertyList, binaryPropertyList, json };
 
-// Larger catalogues are refused unread (256 MiB).
-inline constexpr std::uint64_t kDefaultMaxInputBytes = std::uint64_t{256} << 20;
-
-class Catalogue {
+class TELVOR_CATALOGUE_API Catalogue {
  public:
-  // The format of a catalogue: a binary property list by its signature, else the
-  // extension (.json, .plist), else what the bytes look like. For a file that does not
-  // exist yet, pass empty bytes: .json gives JSON, anything else an XML property list.
+  // The format of a catalogue, the one rule every reader follows: a binary property list by
+  // its signature (whatever the name), else the extension (.json, .plist), else what the
+  // bytes look like. For a file that does not exist yet, pass empty bytes: .json gives
+  // JSON, anything else an XML property list.
   static FileFormat formatOf(const std::filesystem::path& path, std::string_view bytes);
 
-  // Reads a catalogue. Throws CatalogueError (unusableInput) whose message is the
+  // What a read is for: `viewing` keeps only the nodes (a property list's dictionaries are
+  // dropped as each node is made, so a large catalogue takes less memory and time), and
+  // every edit, serialize() and savedWadoSettings() of such a catalogue throw
+  // CatalogueError (invalidArgument).
+  enum class Purpose { editing, viewing };
+
+  // Reads a catalogue. Throws CatalogueError (invalidInput) whose message is the
   // "KIND at PATH: DESCRIPTION" of the failing record.
-  static Catalogue parse(std::string_view bytes, FileFormat format);
+  static Catalogue parse(std::string_view bytes, FileFormat format, Purpose purpose = Purpose::editing);
   // Reads the file (no lock), refusing one larger than `maxInputBytes`. Throws
-  // CatalogueError (unusableInput) naming the file: "FILE: KIND at PATH: DESCRIPTION".
+  // CatalogueError naming the file, "FILE: KIND at PATH: DESCRIPTION": invalidInput for a
+  // missing, oversized or unreadable catalogue, storage when the system cannot read it.
   static Catalogue load(const std::filesystem::path& path, std::uint64_t maxInputBytes = kDefaultMaxInputBytes);
   // A catalogue with no node, to be saved in `format`.
   static Catalogue empty(FileFormat format);
@@ -71,15 +78,16 @@ class Catalogue {
   std::optional<WadoSettings> savedWadoSettings(std::size_t index) const;
 
   // Every index that the selector matches, in file order. An index selector out of range,
-  // or an identifier selector on a property list, throws CatalogueError (selection).
+  // or an identifier selector on a property list, throws CatalogueError (invalidArgument).
   std::vector<std::size_t> matches(const Selector& selector) const;
-  // The one index that the selector matches; throws CatalogueError (selection) listing
+  // The one index that the selector matches; throws CatalogueError (invalidArgument) listing
   // the candidates when there is none or more than one.
   std::size_t selectOne(const Selector& selector) const;
 
   // Replaces node `index` by `after`, changing only the keys (or JSON members) whose
   // values differ. A property list cannot hold a node without AE title, name, address and
-  // port: throws CatalogueError (selection) and changes nothing. Returns the keys written
+  // port: throws CatalogueError (invalidArgument) and changes nothing; a value the JSON coded
+  // form cannot hold throws unrepresentable. Returns the keys written
   // or removed.
   std::vector<std::string> replace(std::size_t index, const DicomNode& after);
   // Appends `node` (same requirement as replace for property lists).
@@ -87,12 +95,16 @@ class Catalogue {
   // Removes node `index`; the others keep their entries and order.
   void remove(std::size_t index);
 
-  // The whole file in its format.
+  // The whole file in its format. Throws CatalogueError (unrepresentable) for a value the
+  // format cannot hold, naming the field.
   std::string serialize() const;
 
  private:
   explicit Catalogue(FileFormat format) : format_(format) {}
+  void requireEditable() const;
+
   FileFormat format_;
+  bool viewOnly_ = false;
   bool wasArray_ = true;
   std::vector<PropertyDictionary> dictionaries_;  // property lists: one per node
   boost::json::array objects_;                    // JSON: one per node
@@ -101,7 +113,7 @@ class Catalogue {
 
 // A catalogue open for editing: the lock is taken before the file is read and held until
 // the editor is destroyed, so the atomic rename of save() happens under it.
-class CatalogueEditor {
+class TELVOR_CATALOGUE_API CatalogueEditor {
  public:
   struct Options {
     std::chrono::milliseconds wait{10'000};  // how long to wait for another editor
@@ -110,14 +122,15 @@ class CatalogueEditor {
     std::uint64_t maxInputBytes = kDefaultMaxInputBytes;
   };
 
-  // Locks, then reads. Throws CatalogueError: notSaved when the lock is not obtained,
-  // unusableInput when the file cannot be read.
+  // Locks, then reads. Throws CatalogueError: unavailable while another editor holds the
+  // lock, and as load() when the file cannot be read.
   static CatalogueEditor open(const std::filesystem::path& path, const Options& options);
 
   Catalogue& catalogue() noexcept { return catalogue_; }
   const std::filesystem::path& path() const noexcept { return path_; }
 
-  // Writes the catalogue through the atomic save. Throws CatalogueError (notSaved).
+  // Writes the catalogue through the atomic save. Throws CatalogueError: storage (the
+  // errorNumber() says why; ELOOP for a symbolic link not to be followed), unrepresentable.
   void save();
 
  private:

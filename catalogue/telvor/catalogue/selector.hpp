@@ -1,4 +1,4 @@
-// How a command names one node of a catalogue.
+// How a caller names one node of a catalogue.
 //
 //   auto s = telvor::catalogue::Selector::byName("Main archive");
 //   std::size_t i = catalogue.selectOne(s);   // throws, listing candidates, unless exactly one
@@ -13,9 +13,11 @@
 #include <cstddef>
 #include <string>
 
+#include "telvor/catalogue/telvor_catalogue_export.hpp"
+
 namespace telvor::catalogue {
 
-struct Selector {
+struct TELVOR_CATALOGUE_API Selector {
   enum class By { index, name, aetitle, id };
   By by = By::index;
   std::string value;  // the text given; an index as decimal text
@@ -25,7 +27,7 @@ struct Selector {
   static Selector byAetitle(std::string text) { return {By::aetitle, std::move(text)}; }
   static Selector byId(std::string uuid) { return {By::id, std::move(uuid)}; }
 
-  // "--index 2", "--name \"Main archive\"": how the selector reads on a command line.
+  // "position 2", "the name \"Main archive\"": the selector in the catalogue's terms.
   std::string describe() const;
 };
 

@@ -1,8 +1,9 @@
 // Reading a whole input (a file, a pipe, a device, standard input) with a size limit, so
 // that `/dev/zero` or a runaway pipe is refused instead of filling memory.
 //
+//   using telvor::catalogue::readBounded;
 //   try {
-//     const std::string bytes = readBounded("nodes.plist");       // up to 256 MiB
+//     const std::string bytes = readBounded("nodes.plist");       // up to kDefaultMaxInputBytes
 //     const std::string piped = readBounded("-", 1 << 20);         // standard input, 1 MiB
 //   } catch (const ReadError& e) {
 //     std::cerr << e.what() << '\n';  // "nodes.plist: Is a directory"
@@ -15,13 +16,14 @@
 #include <stdexcept>
 #include <string>
 
-namespace telvor::tool {
+#include "telvor/catalogue/limits.hpp"
+#include "telvor/catalogue/telvor_catalogue_export.hpp"
 
-inline constexpr std::uint64_t kDefaultInputLimit = std::uint64_t{256} << 20;
+namespace telvor::catalogue {
 
 // Why an input could not be read. what() is one line, "PATH: REASON" ("standard input"
 // for "-"), REASON being the system's description of errorNumber(), or the size limit.
-class ReadError : public std::runtime_error {
+class TELVOR_CATALOGUE_API ReadError : public std::runtime_error {
  public:
   ReadError(std::string path, int errorNumber, const std::string& reason);
 
@@ -35,7 +37,7 @@ class ReadError : public std::runtime_error {
 };
 
 // How messages name an input: its path, or "standard input" for "-".
-std::string inputName(const std::string& path);
+TELVOR_CATALOGUE_API std::string inputName(const std::string& path);
 
 // Capacity left past a regular file's bytes, for parsers that read ahead of the end
 // (simdjson), so that they read the text in place.
@@ -43,7 +45,8 @@ inline constexpr std::size_t kReadAheadRoom = 64;
 
 // All bytes of `path` ("-": standard input). A regular file larger than `limit` is refused
 // before reading; anything else (pipe, device) is read in chunks and refused as soon as it
-// passes `limit`. A directory, a missing or an unreadable path throws ReadError.
-std::string readBounded(const std::string& path, std::uint64_t limit = kDefaultInputLimit);
+// passes `limit`. A directory, a missing or an unreadable path throws ReadError. A file is
+// never read through descriptors 0 to 2 (only "-" reads standard input).
+TELVOR_CATALOGUE_API std::string readBounded(const std::string& path, std::uint64_t limit = kDefaultMaxInputBytes);
 
-}  // namespace telvor::tool
+}  // namespace telvor::catalogue

@@ -1,4 +1,4 @@
-#include "support/bounded_input.hpp"
+#include "telvor/catalogue/bounded_input.hpp"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,7 +7,9 @@
 #include <cerrno>
 #include <system_error>
 
-namespace telvor::tool {
+#include "descriptor.hpp"
+
+namespace telvor::catalogue {
 namespace {
 
 constexpr std::size_t kChunk = 64 * 1024;
@@ -29,7 +31,8 @@ ReadError::ReadError(std::string path, int errorNumber, const std::string& reaso
 
 std::string readBounded(const std::string& path, std::uint64_t limit) {
   const bool standardInput = path == "-";
-  const int fd = standardInput ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd =
+      standardInput ? STDIN_FILENO : detail::aboveStandardStreams(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (fd < 0) fail(path, errno);
   struct Closer {
     int fd;
@@ -59,4 +62,4 @@ std::string readBounded(const std::string& path, std::uint64_t limit) {
   }
 }
 
-}  // namespace telvor::tool
+}  // namespace telvor::catalogue
