@@ -16,7 +16,8 @@ namespace telvor::qt {
 namespace {
 
 const std::array<const char*, NodeTableModel::columnCount_> kHeaders{
-    "Name", "AE title", "Address", "Port", "Retrieve", "Transfer syntax", "TLS", "Status", "Checked"};
+    "Name", "AE title", "Address", "Port", "Retrieve", "Transfer syntax", "TLS", "Status", "Checked",
+    "Query / retrieve"};
 
 QString text(const std::optional<std::string>& value) { return value ? QString::fromStdString(*value) : QString(); }
 
@@ -78,6 +79,7 @@ void NodeTableModel::setNodes(std::vector<DicomNode> nodes) {
   nodes_ = std::move(nodes);
   statuses_.assign(nodes_.size(), DicomNodeStatus::unknown("Not checked yet"));
   checkedAt_.assign(nodes_.size(), QDateTime());
+  answers_.assign(nodes_.size(), QString());
   endResetModel();
 }
 
@@ -94,6 +96,7 @@ void NodeTableModel::replace(int row, DicomNode node) {
   if (!keepsStatus) {
     statuses_[at] = DicomNodeStatus::unknown("Not checked since the last edit");
     checkedAt_[at] = QDateTime();
+    answers_[at].clear();
   }
   emit dataChanged(index(row, 0), index(row, columnCount_ - 1));
 }
@@ -104,15 +107,17 @@ int NodeTableModel::appendNode(DicomNode node, DicomNodeStatus nodeStatus) {
   nodes_.push_back(std::move(node));
   statuses_.push_back(std::move(nodeStatus));
   checkedAt_.emplace_back();
+  answers_.emplace_back();
   endInsertRows();
   return row;
 }
 
-void NodeTableModel::setStatus(int row, DicomNodeStatus nodeStatus, QDateTime checkedAt) {
+void NodeTableModel::setStatus(int row, DicomNodeStatus nodeStatus, QDateTime checkedAt, QString found) {
   if (row < 0 || row >= rowCount()) return;
   statuses_[static_cast<std::size_t>(row)] = std::move(nodeStatus);
   checkedAt_[static_cast<std::size_t>(row)] = std::move(checkedAt);
-  emit dataChanged(index(row, status), index(row, checked));
+  answers_[static_cast<std::size_t>(row)] = std::move(found);
+  emit dataChanged(index(row, status), index(row, answers));
 }
 
 void NodeTableModel::setColors(PaletteColors colors) {
@@ -181,6 +186,12 @@ QVariant NodeTableModel::data(const QModelIndex& index, int role) const {
       if (role == Qt::ToolTipRole) return at.isValid() ? QLocale().toString(at, QLocale::LongFormat) : QVariant();
       return {};
     }
+    case answers: {
+      const QString& said = answers_[static_cast<std::size_t>(index.row())];
+      if (role == Qt::DisplayRole) return said;
+      if (role == Qt::ToolTipRole && !said.isEmpty()) return said;
+      return {};
+    }
     default:
       return {};
   }
@@ -196,7 +207,7 @@ bool NodeTableModel::setData(const QModelIndex& index, const QVariant& value, in
   if (!isRow(index)) return false;
   const int column = index.column();
   const bool checking = column == tls && role == Qt::CheckStateRole;
-  if (!checking && (role != Qt::EditRole || column == tls || column == status || column == checked)) return false;
+  if (!checking && (role != Qt::EditRole || column == tls || column >= status)) return false;
 
   DicomNode edited = nodes_[static_cast<std::size_t>(index.row())];
   switch (column) {
@@ -249,7 +260,7 @@ Qt::ItemFlags NodeTableModel::flags(const QModelIndex& index) const {
   if (!isRow(index)) return Qt::NoItemFlags;
   Qt::ItemFlags flags = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
   if (index.column() == tls) return flags | Qt::ItemIsUserCheckable;
-  if (index.column() != status && index.column() != checked) flags |= Qt::ItemIsEditable;
+  if (index.column() < status) flags |= Qt::ItemIsEditable;
   return flags;
 }
 
@@ -265,6 +276,7 @@ bool NodeTableModel::removeRows(int row, int count, const QModelIndex& parent) {
   nodes_.erase(nodes_.begin() + row, nodes_.begin() + row + count);
   statuses_.erase(statuses_.begin() + row, statuses_.begin() + row + count);
   checkedAt_.erase(checkedAt_.begin() + row, checkedAt_.begin() + row + count);
+  answers_.erase(answers_.begin() + row, answers_.begin() + row + count);
   endRemoveRows();
   return true;
 }
