@@ -8,6 +8,22 @@
 
 namespace telvor::node_manager {
 
+#ifdef TELVOR_NODE_MANAGER_ECHO
+namespace {
+
+// "; query: yes" or "; retrieve: no: REASON", the form telvor-nodes echo prints.
+template <class Answer>
+void append(QString& out, const char* check, const std::optional<Answer>& answer) {
+  if (!answer) return;
+  if (!out.isEmpty()) out += QStringLiteral("; ");
+  const std::string_view title = dcmtk::title(answer->outcome);
+  out += QString::fromLatin1(check) + QStringLiteral(": ") + QString::fromUtf8(title.data(), static_cast<qsizetype>(title.size()));
+  if (!answer->reason.empty()) out += QStringLiteral(": ") + QString::fromStdString(answer->reason);
+}
+
+}  // namespace
+#endif
+
 EchoRunner::EchoRunner(QObject* parent) : QObject(parent) { pool_.setMaxThreadCount(4); }
 
 EchoRunner::~EchoRunner() {
@@ -30,20 +46,31 @@ void EchoRunner::check(const std::vector<DicomNode>& nodes) {
   dcmtk::ProbeOptions options;
   options.callingAeTitle = callingAeTitle_.toStdString();
   options.timeout = timeout_;
+  options.checkFind = checkFind_;
+  options.checkRetrieve = checkRetrieve_;
+  options.listenPort = listenPort_;
+  for (const QString& address : acceptFrom_) options.acceptFrom.push_back(address.toStdString());
   for (const DicomNode& node : nodes) {
     pool_.start([this, options, node] {
-      DicomNodeStatus status = dcmtk::probe(node, options);
+      const dcmtk::EchoResult result = dcmtk::echoNode(node, options);
+      QString answers;
+      append(answers, "query", result.query);
+      append(answers, "retrieve", result.retrieve);
       // Back on the window's thread. The destructor waits for this task, so `this` lives.
       QMetaObject::invokeMethod(
-          this, [this, node, status = std::move(status)] { deliver(node, status); }, Qt::QueuedConnection);
+          this,
+          [this, node, status = dcmtk::toStatus(result), answers = std::move(answers)] {
+            deliver(node, status, answers);
+          },
+          Qt::QueuedConnection);
     });
   }
 #endif
 }
 
-void EchoRunner::deliver(const DicomNode& node, const DicomNodeStatus& status) {
+void EchoRunner::deliver(const DicomNode& node, const DicomNodeStatus& status, const QString& answers) {
   --pending_;
-  emit answered(node, status, QDateTime::currentDateTime());
+  emit answered(node, status, QDateTime::currentDateTime(), answers);
   if (pending_ == 0) emit finished();
 }
 
