@@ -3,6 +3,7 @@
 #include <QBrush>
 #include <QGuiApplication>
 #include <QLocale>
+#include <QStringList>
 #include <algorithm>
 #include <array>
 #include <span>
@@ -79,7 +80,7 @@ void NodeTableModel::setNodes(std::vector<DicomNode> nodes) {
   nodes_ = std::move(nodes);
   statuses_.assign(nodes_.size(), DicomNodeStatus::unknown("Not checked yet"));
   checkedAt_.assign(nodes_.size(), QDateTime());
-  answers_.assign(nodes_.size(), QString());
+  answers_.assign(nodes_.size(), CheckAnswers{});
   endResetModel();
 }
 
@@ -96,7 +97,7 @@ void NodeTableModel::replace(int row, DicomNode node) {
   if (!keepsStatus) {
     statuses_[at] = DicomNodeStatus::unknown("Not checked since the last edit");
     checkedAt_[at] = QDateTime();
-    answers_[at].clear();
+    answers_[at] = {};
   }
   emit dataChanged(index(row, 0), index(row, columnCount_ - 1));
 }
@@ -112,7 +113,7 @@ int NodeTableModel::appendNode(DicomNode node, DicomNodeStatus nodeStatus) {
   return row;
 }
 
-void NodeTableModel::setStatus(int row, DicomNodeStatus nodeStatus, QDateTime checkedAt, QString found) {
+void NodeTableModel::setStatus(int row, DicomNodeStatus nodeStatus, QDateTime checkedAt, CheckAnswers found) {
   if (row < 0 || row >= rowCount()) return;
   statuses_[static_cast<std::size_t>(row)] = std::move(nodeStatus);
   checkedAt_[static_cast<std::size_t>(row)] = std::move(checkedAt);
@@ -152,6 +153,23 @@ QVariant NodeTableModel::statusData(const DicomNodeStatus& nodeStatus, int role)
   }
 }
 
+QVariant NodeTableModel::answerData(const CheckAnswers& found, int role) const {
+  if (!found.query && !found.retrieve) return {};
+  if (role == Qt::DisplayRole) {
+    const auto title = [](const std::optional<Answer>& answer) { return answer ? answer->title : QStringLiteral("–"); };
+    return title(found.query) + QStringLiteral(" / ") + title(found.retrieve);
+  }
+  if (role != Qt::ToolTipRole) return {};
+  QStringList lines;
+  for (const auto& [check, answer] : {std::pair{"Query", &found.query}, std::pair{"Retrieve", &found.retrieve}}) {
+    if (!*answer) continue;
+    QString line = QString::fromLatin1(check) + QStringLiteral(": ") + (*answer)->title;
+    if (!(*answer)->reason.isEmpty()) line += QStringLiteral(": ") + (*answer)->reason;
+    lines.push_back(line);
+  }
+  return lines.join('\n');
+}
+
 QVariant NodeTableModel::data(const QModelIndex& index, int role) const {
   if (!isRow(index)) return {};
   const DicomNode& node = nodes_[static_cast<std::size_t>(index.row())];
@@ -186,12 +204,8 @@ QVariant NodeTableModel::data(const QModelIndex& index, int role) const {
       if (role == Qt::ToolTipRole) return at.isValid() ? QLocale().toString(at, QLocale::LongFormat) : QVariant();
       return {};
     }
-    case answers: {
-      const QString& said = answers_[static_cast<std::size_t>(index.row())];
-      if (role == Qt::DisplayRole) return said;
-      if (role == Qt::ToolTipRole && !said.isEmpty()) return said;
-      return {};
-    }
+    case answers:
+      return answerData(answers_[static_cast<std::size_t>(index.row())], role);
     default:
       return {};
   }

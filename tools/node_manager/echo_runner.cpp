@@ -1,6 +1,8 @@
 #include "echo_runner.hpp"
 
 #include <QMetaObject>
+#include <optional>
+#include <string_view>
 
 #ifdef TELVOR_NODE_MANAGER_ECHO
 #include "telvor/dcmtk/node_probe.hpp"
@@ -11,14 +13,12 @@ namespace telvor::node_manager {
 #ifdef TELVOR_NODE_MANAGER_ECHO
 namespace {
 
-// "; query: yes" or "; retrieve: no: REASON", the form telvor-nodes echo prints.
 template <class Answer>
-void append(QString& out, const char* check, const std::optional<Answer>& answer) {
-  if (!answer) return;
-  if (!out.isEmpty()) out += QStringLiteral("; ");
+std::optional<qt::NodeTableModel::Answer> shown(const std::optional<Answer>& answer) {
+  if (!answer) return std::nullopt;
   const std::string_view title = dcmtk::title(answer->outcome);
-  out += QString::fromLatin1(check) + QStringLiteral(": ") + QString::fromUtf8(title.data(), static_cast<qsizetype>(title.size()));
-  if (!answer->reason.empty()) out += QStringLiteral(": ") + QString::fromStdString(answer->reason);
+  return qt::NodeTableModel::Answer{QString::fromUtf8(title.data(), static_cast<qsizetype>(title.size())),
+                                    QString::fromStdString(answer->reason)};
 }
 
 }  // namespace
@@ -53,9 +53,7 @@ void EchoRunner::check(const std::vector<DicomNode>& nodes) {
   for (const DicomNode& node : nodes) {
     pool_.start([this, options, node] {
       const dcmtk::EchoResult result = dcmtk::echoNode(node, options);
-      QString answers;
-      append(answers, "query", result.query);
-      append(answers, "retrieve", result.retrieve);
+      qt::NodeTableModel::CheckAnswers answers{shown(result.query), shown(result.retrieve)};
       // Back on the window's thread. The destructor waits for this task, so `this` lives.
       QMetaObject::invokeMethod(
           this,
@@ -68,7 +66,8 @@ void EchoRunner::check(const std::vector<DicomNode>& nodes) {
 #endif
 }
 
-void EchoRunner::deliver(const DicomNode& node, const DicomNodeStatus& status, const QString& answers) {
+void EchoRunner::deliver(const DicomNode& node, const DicomNodeStatus& status,
+                         const qt::NodeTableModel::CheckAnswers& answers) {
   --pending_;
   emit answered(node, status, QDateTime::currentDateTime(), answers);
   if (pending_ == 0) emit finished();

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "telvor/node/dicom_node.hpp"
+#include "telvor/qt/node_table_model.hpp"
 #include "telvor/status/dicom_node_status.hpp"
 
 namespace telvor::node_manager {
@@ -57,15 +58,14 @@ class EchoRunner : public QObject {
 
  signals:
   // `node`, as it was when its check began, has the status `status` as of `checkedAt`;
-  // `answers` holds the query and retrieve answers asked for ("query: yes; retrieve: no:
-  // REASON"), empty when none were.
+  // `answers` holds the query and retrieve answers asked for.
   void answered(const telvor::DicomNode& node, const telvor::DicomNodeStatus& status, const QDateTime& checkedAt,
-                const QString& answers);
+                const telvor::qt::NodeTableModel::CheckAnswers& answers);
   // Every check asked for has answered.
   void finished();
 
  private:
-  void deliver(const DicomNode& node, const DicomNodeStatus& status, const QString& answers);
+  void deliver(const DicomNode& node, const DicomNodeStatus& status, const qt::NodeTableModel::CheckAnswers& answers);
 
   QThreadPool pool_;
   QString callingAeTitle_ = QStringLiteral("TELVOR");

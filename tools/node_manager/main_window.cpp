@@ -39,6 +39,8 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
   table_->setAlternatingRowColors(true);
   table_->verticalHeader()->hide();
   table_->horizontalHeader()->setStretchLastSection(true);
+  // One line per node: long answers are cut with an ellipsis and whole in their tooltip.
+  table_->setWordWrap(false);
   table_->setIconSize(QSize(16, 16));
 
   editor_ = new qt::NodeEditor(this);
@@ -59,7 +61,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
   splitter->setStretchFactor(0, 1);
   splitter->setStretchFactor(1, 0);
   splitter->setCollapsible(0, false);
-  splitter->setSizes({860, 420});
+  splitter->setSizes({880, 400});
   setCentralWidget(splitter);
   setTabOrder(table_, editor_);
 
@@ -318,7 +320,7 @@ void MainWindow::test(const std::vector<int>& rows) {
 }
 
 void MainWindow::onAnswer(const DicomNode& checked, const DicomNodeStatus& status, const QDateTime& at,
-                          const QString& answers) {
+                          const qt::NodeTableModel::CheckAnswers& answers) {
   progress_->setValue(progress_->maximum() - echo_.pending());
   // The node may have been edited, moved or removed since its check began; the answer
   // belongs to the row that still holds the very node that was checked.

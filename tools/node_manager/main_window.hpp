@@ -55,7 +55,8 @@ class MainWindow : public QMainWindow {
   void setModified(bool modified);
   void selectRow(int row);
   void test(const std::vector<int>& rows);
-  void onAnswer(const DicomNode& checked, const DicomNodeStatus& status, const QDateTime& at, const QString& answers);
+  void onAnswer(const DicomNode& checked, const DicomNodeStatus& status, const QDateTime& at,
+                const qt::NodeTableModel::CheckAnswers& answers);
   // Whether the editor may stop showing its node: input it refused would be lost, so the
   // user is asked first; on yes that input is dropped.
   bool mayLeaveEditor();

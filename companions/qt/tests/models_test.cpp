@@ -181,7 +181,7 @@ class ModelsTest : public QObject {
     QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
     model.setNodes({node("A")});
     const QDateTime at = QDateTime::currentDateTime();
-    model.setStatus(0, DicomNodeStatus::accessable(), at, "query: yes");
+    model.setStatus(0, DicomNodeStatus::accessable(), at, {NodeTableModel::Answer{"yes", ""}, std::nullopt});
     QCOMPARE(model.index(0, NodeTableModel::checked).data().toString(),
              QLocale().toString(at.time(), QLocale::ShortFormat));
     telvor::DicomNode edited = model.nodes()[0];
@@ -190,7 +190,7 @@ class ModelsTest : public QObject {
     QCOMPARE(model.nodeStatus(0) == DicomNodeStatus::accessable(), kept);
     QCOMPARE(model.checkedAt(0).isValid(), kept);
     QCOMPARE(model.index(0, NodeTableModel::checked).data().toString().isEmpty(), !kept);
-    QCOMPARE(model.index(0, NodeTableModel::answers).data().toString(), kept ? QString("query: yes") : QString());
+    QCOMPARE(model.index(0, NodeTableModel::answers).data().toString(), kept ? QString("yes / –") : QString());
   }
 
   // On a double-density screen a 16-pixel status symbol is drawn at 32 pixels, not

@@ -19,8 +19,9 @@
 //   Not editable: statuses come from setStatus.
 // - Checked shows when the status was found (the time of day; the date and time in the
 //   tooltip), empty while the node has not been checked.
-// - Query / retrieve shows what the check found beyond reachability, when it was asked
-//   ("query: yes; retrieve: no: REASON"), whole in the tooltip; empty otherwise.
+// - Query / retrieve shows the titles of a check's query and retrieve answers, where they
+//   were asked ("yes / no", "refused / –"), each with its reason in the tooltip
+//   ("Retrieve: no: REASON"); empty when neither was asked.
 // A status describes the node as it was checked: an edit that changes how the node is
 // reached (AE title, address, port, retrieve mode, TLS or WADO settings) makes it
 // unknown again and drops its answers; one of the name or the icon keeps them.
@@ -36,6 +37,7 @@
 #include <QIcon>
 #include <QString>
 #include <array>
+#include <optional>
 #include <vector>
 
 #include "telvor/node/dicom_node.hpp"
@@ -53,6 +55,20 @@ class TELVOR_QT_API NodeTableModel : public QAbstractTableModel {
   static constexpr int CodeRole = Qt::UserRole;
   static constexpr int StatusKindRole = Qt::UserRole + 1;
 
+  // A check's answer beyond reachability: its title ("yes", "refused", "unknown", ...) and
+  // what happened, empty when there is nothing to add.
+  struct Answer {
+    QString title;
+    QString reason;
+    friend bool operator==(const Answer&, const Answer&) = default;
+  };
+  // The query and retrieve answers of one check; absent where not asked.
+  struct CheckAnswers {
+    std::optional<Answer> query;
+    std::optional<Answer> retrieve;
+    friend bool operator==(const CheckAnswers&, const CheckAnswers&) = default;
+  };
+
   explicit NodeTableModel(QObject* parent = nullptr);
 
   // Replaces every row; each status becomes unknown("Not checked yet").
@@ -69,8 +85,8 @@ class TELVOR_QT_API NodeTableModel : public QAbstractTableModel {
   QDateTime checkedAt(int row) const { return checkedAt_.at(static_cast<std::size_t>(row)); }
   // Sets a row's status, when it was found, and the check's other answers (replacing
   // earlier ones; none when not asked).
-  void setStatus(int row, DicomNodeStatus status, QDateTime checkedAt = {}, QString found = {});
-  const QString& checkAnswers(int row) const { return answers_.at(static_cast<std::size_t>(row)); }
+  void setStatus(int row, DicomNodeStatus status, QDateTime checkedAt = {}, CheckAnswers found = {});
+  const CheckAnswers& checkAnswers(int row) const { return answers_.at(static_cast<std::size_t>(row)); }
   void setColors(PaletteColors colors);
 
   // Why the last refused edit was refused; empty before any.
@@ -90,13 +106,14 @@ class TELVOR_QT_API NodeTableModel : public QAbstractTableModel {
  private:
   bool isRow(const QModelIndex& index) const;
   QVariant statusData(const DicomNodeStatus& status, int role) const;
+  QVariant answerData(const CheckAnswers& found, int role) const;
   bool refuse(const QModelIndex& index, const QString& reason);
   void replace(int row, DicomNode node);
 
   std::vector<DicomNode> nodes_;
   std::vector<DicomNodeStatus> statuses_;
   std::vector<QDateTime> checkedAt_;
-  std::vector<QString> answers_;
+  std::vector<CheckAnswers> answers_;
   PaletteColors colors_;
   mutable std::array<QIcon, 3> icons_;  // drawn once per status case and colours
   QString lastRefusal_;
