@@ -1,8 +1,9 @@
 #!/bin/sh
-# Makes docs/images/node-manager.png from a real run: starts storescp, dcmqrscp and Orthanc
-# with its DICOMweb plugin on loopback, writes a catalogue of them plus one node where
-# nothing listens, opens it in telvor-node-manager under Xvfb, checks every node and
-# takes the window's picture with the web node in the editor.
+# Makes docs/images/node-manager.png from a real run: starts storescp, dcmqrscp (holding
+# one instance, and knowing the window's AE title as a move destination) and Orthanc with
+# its DICOMweb plugin on loopback, writes a catalogue of them plus one node where nothing
+# listens, opens it in telvor-node-manager under Xvfb, checks every node (with the query
+# and retrieve checks) and takes the window's picture with the web node in the editor.
 #
 #   docs/node-manager-screenshot.sh [BUILD_DIR]     # default: ${BUILD_ROOT:-build}/default
 #
@@ -21,7 +22,7 @@ if [ "${1:-}" != "--inside" ]; then
   for tool in "$build/tools/telvor-nodes" "$build/tools/node_manager/telvor-node-manager"; do
     [ -x "$tool" ] || { echo "$0: $tool is not built (cmake --build $build)" >&2; exit 2; }
   done
-  for program in storescp dcmqrscp Orthanc xvfb-run unshare python3; do
+  for program in storescp storescu dump2dcm dcmqrscp Orthanc xvfb-run unshare python3; do
     command -v "$program" >/dev/null || { echo "$0: $program is not installed" >&2; exit 2; }
   done
   exec unshare -rn sh -c 'ip link set lo up && exec "$0" --inside "$1"' "$0" "$build"
@@ -43,7 +44,7 @@ cleanup() {
 trap cleanup EXIT INT TERM
 
 # The namespace is ours alone, so fixed ports are free.
-storescp_port=11112 qr_port=11113 orthanc_dicom=4242 orthanc_http=8042 silent_port=11119
+storescp_port=11112 qr_port=11113 orthanc_dicom=4242 orthanc_http=8042 silent_port=11119 listen_port=11120
 
 storescp --aetitle STORESCP -od "$scratch" "$storescp_port" >"$scratch/storescp.log" 2>&1 &
 pids="$pids $!"
@@ -53,14 +54,16 @@ cat >"$scratch/dcmqrscp.cfg" <<EOF
 MaxPDUSize = 16384
 MaxAssociations = 4
 HostTable BEGIN
+viewer = (TELVOR, 127.0.0.1, $listen_port)
 HostTable END
 VendorTable BEGIN
 VendorTable END
 AETable BEGIN
-ARCHIVE $scratch/db R (10, 1024mb) ANY
+ARCHIVE $scratch/db RW (10, 1024mb) ANY
 AETable END
 EOF
-dcmqrscp --single-process -c "$scratch/dcmqrscp.cfg" "$qr_port" >"$scratch/dcmqrscp.log" 2>&1 &
+# Not --single-process: the archive stores an instance first, then answers the checks.
+dcmqrscp -c "$scratch/dcmqrscp.cfg" "$qr_port" >"$scratch/dcmqrscp.log" 2>&1 &
 pids="$pids $!"
 
 mkdir -p "$scratch/orthanc"
@@ -96,6 +99,33 @@ while True:
         time.sleep(0.2)
 EOF
 
+# One made-up instance (a 2x2 secondary capture) for the archive to hold.
+cat >"$scratch/instance.dump" <<'EOF'
+(0008,0016) UI =SecondaryCaptureImageStorage
+(0008,0018) UI [1.2.826.0.1.3680043.2.1143.4243.1.1.1]
+(0008,0020) DA [20260101]
+(0008,0060) CS [OT]
+(0008,0064) CS [WSD]
+(0010,0010) PN [Screenshot^Test]
+(0010,0020) LO [SHOT1]
+(0020,000d) UI [1.2.826.0.1.3680043.2.1143.4243.1]
+(0020,000e) UI [1.2.826.0.1.3680043.2.1143.4243.1.1]
+(0020,0010) SH [1]
+(0020,0011) IS [1]
+(0020,0013) IS [1]
+(0028,0002) US 1
+(0028,0004) CS [MONOCHROME2]
+(0028,0010) US 2
+(0028,0011) US 2
+(0028,0100) US 8
+(0028,0101) US 8
+(0028,0102) US 7
+(0028,0103) US 0
+(7fe0,0010) OB 00\7f\80\ff
+EOF
+dump2dcm -g +te "$scratch/instance.dump" "$scratch/instance.dcm" >"$scratch/dump2dcm.log" 2>&1
+storescu -aec ARCHIVE 127.0.0.1 "$qr_port" "$scratch/instance.dcm" >"$scratch/storescu.log" 2>&1
+
 catalogue=$scratch/nodes.plist
 "$nodes" add "$catalogue" --name "Orthanc (DICOMweb)" --aet ORTHANC --address 127.0.0.1 --port "$orthanc_dicom" \
   --retrieve wado --wado-url "http://127.0.0.1:$orthanc_http/dicom-web" --wado-port "$orthanc_http" --https no \
@@ -112,6 +142,7 @@ EOF
 
 mkdir -p "$(dirname "$out")"
 xvfb-run -a -s "-screen 0 1600x1000x24" env QT_QPA_PLATFORM=xcb QT_NO_XDG_DESKTOP_PORTAL=1 \
-  "$manager" --test-all --timeout 5 --screenshot "$out.part" "$catalogue"
+  "$manager" --test-all --check-find --check-retrieve --listen-port "$listen_port" --timeout 5 \
+  --screenshot "$out.part" "$catalogue"
 mv "$out.part" "$out"
 echo "wrote $out"

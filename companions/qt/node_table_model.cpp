@@ -3,6 +3,7 @@
 #include <QBrush>
 #include <QGuiApplication>
 #include <QLocale>
+#include <QStringList>
 #include <algorithm>
 #include <array>
 #include <span>
@@ -21,7 +22,7 @@ constexpr std::array<std::string_view, NodeTableModel::columnCount_> kHeaders{
     fieldLabel(&DicomNode::address),        fieldLabel(&DicomNode::port),
     fieldLabel(&DicomNode::retrieveMode),   fieldLabel(&DicomNode::transferSyntax),
     fieldLabel(&TlsSettings::isEnabled),    "Status",
-    "Checked"};
+    "Checked",                              "Query / retrieve"};
 
 QString text(const std::optional<std::string>& value) { return value ? QString::fromStdString(*value) : QString(); }
 
@@ -83,6 +84,7 @@ void NodeTableModel::setNodes(std::vector<DicomNode> nodes) {
   nodes_ = std::move(nodes);
   statuses_.assign(nodes_.size(), DicomNodeStatus::unknown("Not checked yet"));
   checkedAt_.assign(nodes_.size(), QDateTime());
+  answers_.assign(nodes_.size(), CheckAnswers{});
   endResetModel();
 }
 
@@ -99,6 +101,7 @@ void NodeTableModel::replace(int row, DicomNode node) {
   if (!keepsStatus) {
     statuses_[at] = DicomNodeStatus::unknown("Not checked since the last edit");
     checkedAt_[at] = QDateTime();
+    answers_[at] = {};
   }
   emit dataChanged(index(row, 0), index(row, columnCount_ - 1));
 }
@@ -109,15 +112,17 @@ int NodeTableModel::appendNode(DicomNode node, DicomNodeStatus nodeStatus) {
   nodes_.push_back(std::move(node));
   statuses_.push_back(std::move(nodeStatus));
   checkedAt_.emplace_back();
+  answers_.emplace_back();
   endInsertRows();
   return row;
 }
 
-void NodeTableModel::setStatus(int row, DicomNodeStatus nodeStatus, QDateTime checkedAt) {
+void NodeTableModel::setStatus(int row, DicomNodeStatus nodeStatus, QDateTime checkedAt, CheckAnswers found) {
   if (row < 0 || row >= rowCount()) return;
   statuses_[static_cast<std::size_t>(row)] = std::move(nodeStatus);
   checkedAt_[static_cast<std::size_t>(row)] = std::move(checkedAt);
-  emit dataChanged(index(row, status), index(row, checked));
+  answers_[static_cast<std::size_t>(row)] = std::move(found);
+  emit dataChanged(index(row, status), index(row, answers));
 }
 
 void NodeTableModel::setColors(PaletteColors colors) {
@@ -150,6 +155,23 @@ QVariant NodeTableModel::statusData(const DicomNodeStatus& nodeStatus, int role)
     default:
       return {};
   }
+}
+
+QVariant NodeTableModel::answerData(const CheckAnswers& found, int role) const {
+  if (!found.query && !found.retrieve) return {};
+  if (role == Qt::DisplayRole) {
+    const auto title = [](const std::optional<Answer>& answer) { return answer ? answer->title : QStringLiteral("–"); };
+    return title(found.query) + QStringLiteral(" / ") + title(found.retrieve);
+  }
+  if (role != Qt::ToolTipRole) return {};
+  QStringList lines;
+  for (const auto& [check, answer] : {std::pair{"Query", &found.query}, std::pair{"Retrieve", &found.retrieve}}) {
+    if (!*answer) continue;
+    QString line = QString::fromLatin1(check) + QStringLiteral(": ") + (*answer)->title;
+    if (!(*answer)->reason.isEmpty()) line += QStringLiteral(": ") + (*answer)->reason;
+    lines.push_back(line);
+  }
+  return lines.join('\n');
 }
 
 QVariant NodeTableModel::data(const QModelIndex& index, int role) const {
@@ -186,6 +208,8 @@ QVariant NodeTableModel::data(const QModelIndex& index, int role) const {
       if (role == Qt::ToolTipRole) return at.isValid() ? QLocale().toString(at, QLocale::LongFormat) : QVariant();
       return {};
     }
+    case answers:
+      return answerData(answers_[static_cast<std::size_t>(index.row())], role);
     default:
       return {};
   }
@@ -201,7 +225,7 @@ bool NodeTableModel::setData(const QModelIndex& index, const QVariant& value, in
   if (!isRow(index)) return false;
   const int column = index.column();
   const bool checking = column == tls && role == Qt::CheckStateRole;
-  if (!checking && (role != Qt::EditRole || column == tls || column == status || column == checked)) return false;
+  if (!checking && (role != Qt::EditRole || column == tls || column >= status)) return false;
 
   DicomNode edited = nodes_[static_cast<std::size_t>(index.row())];
   switch (column) {
@@ -254,7 +278,7 @@ Qt::ItemFlags NodeTableModel::flags(const QModelIndex& index) const {
   if (!isRow(index)) return Qt::NoItemFlags;
   Qt::ItemFlags flags = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemNeverHasChildren;
   if (index.column() == tls) return flags | Qt::ItemIsUserCheckable;
-  if (index.column() != status && index.column() != checked) flags |= Qt::ItemIsEditable;
+  if (index.column() < status) flags |= Qt::ItemIsEditable;
   return flags;
 }
 
@@ -270,6 +294,7 @@ bool NodeTableModel::removeRows(int row, int count, const QModelIndex& parent) {
   nodes_.erase(nodes_.begin() + row, nodes_.begin() + row + count);
   statuses_.erase(statuses_.begin() + row, statuses_.begin() + row + count);
   checkedAt_.erase(checkedAt_.begin() + row, checkedAt_.begin() + row + count);
+  answers_.erase(answers_.begin() + row, answers_.begin() + row + count);
   endRemoveRows();
   return true;
 }

@@ -3,6 +3,7 @@
 //   telvor-node-manager nodes.plist
 //   telvor-node-manager --settings ~/.config/Example/Viewer.conf --group DicomNodes
 //   telvor-node-manager --test-all --screenshot window.png nodes.plist
+//   telvor-node-manager --check-find --check-retrieve --listen-port 11112 nodes.plist
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QIcon>
@@ -31,7 +32,17 @@ int main(int argc, char** argv) {
   const QCommandLineOption testAll("test-all", "Check every node once the catalogue is open.");
   const QCommandLineOption screenshot(
       "screenshot", "Write a picture of the window to this PNG file and quit (after the checks of --test-all).", "png");
-  parser.addOptions({settings, group, callingAe, timeout, testAll, screenshot});
+  const QCommandLineOption checkFind("check-find", "Tests also ask each answering node a query (C-FIND).");
+  const QCommandLineOption checkRetrieve(
+      "check-retrieve", "Tests also retrieve one instance from each answering node (C-MOVE to --listen-port, or C-GET).");
+  const QCommandLineOption listenPort(
+      "listen-port", "Port of this computer's storage listener for C-MOVE retrieve checks (the port the peers know "
+                     "for --calling-ae).", "port");
+  const QCommandLineOption acceptFrom(
+      "accept-from", "Also accept a moved instance from this address (archives that send from another host); "
+                     "repeatable.", "host");
+  parser.addOptions({settings, group, callingAe, timeout, testAll, screenshot, checkFind, checkRetrieve, listenPort,
+                     acceptFrom});
   parser.process(app);
 
   telvor::node_manager::MainWindow window;
@@ -43,6 +54,17 @@ int main(int argc, char** argv) {
     return 2;
   }
   window.echoRunner().setTimeout(std::chrono::milliseconds(static_cast<long long>(seconds * 1000)));
+  int port = 0;
+  if (parser.isSet(listenPort)) {
+    port = parser.value(listenPort).toInt(&ok);
+    if (!ok || port < 1 || port > 65535) {
+      std::fputs("telvor-node-manager: --listen-port takes a port from 1 to 65535\n", stderr);
+      return 2;
+    }
+  }
+  window.echoRunner().setAcceptFrom(parser.values(acceptFrom));
+  window.setQueryCheck(parser.isSet(checkFind));
+  window.setRetrieveCheck(parser.isSet(checkRetrieve), static_cast<std::uint16_t>(port));
 
   const QStringList paths = parser.positionalArguments();
   bool opened = true;

@@ -3,11 +3,13 @@
 #include <QCloseEvent>
 #include <QFileDialog>
 #include <QHeaderView>
+#include <QInputDialog>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QScrollArea>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -40,6 +42,8 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
   table_->setAlternatingRowColors(true);
   table_->verticalHeader()->hide();
   table_->horizontalHeader()->setStretchLastSection(true);
+  // One line per node: long answers are cut with an ellipsis and whole in their tooltip.
+  table_->setWordWrap(false);
   table_->setIconSize(QSize(16, 16));
 
   editor_ = new qt::NodeEditor(this);
@@ -60,7 +64,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
   splitter->setStretchFactor(0, 1);
   splitter->setStretchFactor(1, 0);
   splitter->setCollapsible(0, false);
-  splitter->setSizes({860, 420});
+  splitter->setSizes({880, 400});
   setCentralWidget(splitter);
   setTabOrder(table_, editor_);
 
@@ -72,6 +76,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
     return made;
   };
   auto* openAction = action(tr("&Open…"), "openAction", QKeySequence::Open, [this] {
+    if (!mayLeaveEditor()) return;
     const QString path = QFileDialog::getOpenFileName(this, tr("Open a node catalogue"), {},
                                                       tr("Node catalogues (*.plist *.json);;All files (*)"));
     if (!path.isEmpty()) open(openCatalogueFile(path));
@@ -91,6 +96,26 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
     if (dialog.exec() == QDialog::Accepted) open(openDirectory(dialog.access()));
   });
 #endif
+  const auto option = [this](const QString& text, const char* name, const QString& tip, auto onToggle) {
+    auto* made = new QAction(text, this);
+    made->setObjectName(name);
+    made->setCheckable(true);
+    made->setStatusTip(tip);
+    connect(made, &QAction::toggled, this, onToggle);
+    return made;
+  };
+  checkFindAction_ = option(tr("Also &query"), "checkFindAction",
+                            tr("Tests also ask each answering node a query (a C-FIND that matches nothing)"),
+                            [this](bool on) { echo_.setCheckFind(on); });
+  checkRetrieveAction_ = option(tr("Also retrie&ve"), "checkRetrieveAction",
+                                tr("Tests also retrieve one instance from each answering node (C-MOVE to the listen "
+                                   "port, or C-GET) and discard it"),
+                                [this](bool on) { echo_.setCheckRetrieve(on); });
+  // Chosen by the user with no port yet: C-MOVE nodes need one.
+  connect(checkRetrieveAction_, &QAction::triggered, this, [this](bool on) {
+    if (on && echo_.listenPort() == 0) askListenPort();
+  });
+  listenPortAction_ = action(tr("&Listen port…"), "listenPortAction", {}, [this] { askListenPort(); });
 
   auto* file = menuBar()->addMenu(tr("&File"));
   file->addAction(openAction);
@@ -104,6 +129,8 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
   nodes->addActions({addAction, removeAction_});
   nodes->addSeparator();
   nodes->addActions({testAction_, testAllAction_});
+  nodes->addSeparator();
+  nodes->addActions({checkFindAction_, checkRetrieveAction_, listenPortAction_});
 
   auto* tools = addToolBar(tr("Catalogue"));
   tools->setObjectName("toolBar");
@@ -117,9 +144,11 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
   tools->addActions({addAction, removeAction_});
   tools->addSeparator();
   tools->addActions({testAction_, testAllAction_});
-  if (!EchoRunner::available())
+  if (!EchoRunner::available()) {
     for (QAction* test : {testAction_, testAllAction_})
       test->setToolTip(tr("This build has no DICOM networking (the DCMTK companion was not built)"));
+    for (QAction* option : {checkFindAction_, checkRetrieveAction_, listenPortAction_}) option->setEnabled(false);
+  }
 
   message_ = new QLabel(this);
   message_->setObjectName("messageLabel");
@@ -136,8 +165,20 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), model_(this), ech
   statusBar()->addPermanentWidget(unsaved_);
   statusBar()->addPermanentWidget(progress_);
 
-  connect(table_->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
-          [this](const QModelIndex& current) { selectRow(current.row()); });
+  connect(table_->selectionModel(), &QItemSelectionModel::currentRowChanged, this, [this](const QModelIndex& current) {
+    if (keepingRow_) return;
+    if (editorRow_ < 0 || current.row() == editorRow_ || !editor_->hasRefusedInput()) {
+      selectRow(current.row());
+      return;
+    }
+    // Asked once the click that changed the row is done with, never inside it.
+    QTimer::singleShot(0, this, [this, row = current.row()] {
+      if (mayLeaveEditor())
+        selectRow(row);
+      else
+        keepEditorRow();
+    });
+  });
   connect(editor_, &qt::NodeEditor::edited, this, [this] {
     if (editorRow_ >= 0) model_.setNode(editorRow_, editor_->node());
   });
@@ -206,6 +247,7 @@ bool MainWindow::open(std::unique_ptr<NodeSource> source) {
   source_ = std::move(source);
   origins_.clear();
   for (std::size_t i = 0; i < nodes.size(); ++i) origins_.emplace_back(i);
+  editorRow_ = -1;  // the editor's node is gone with the old list
   model_.setNodes(std::move(nodes));
   table_->resizeColumnsToContents();
   setModified(false);
@@ -233,6 +275,7 @@ bool MainWindow::save() {
 }
 
 void MainWindow::addNode() {
+  if (!mayLeaveEditor()) return;
   DicomNode node(104);
   node.name = "New node";
   node.aetitle = "NEWNODE";
@@ -253,11 +296,19 @@ void MainWindow::removeSelectedNode() {
                                             tr("Remove “%1” from the list? It leaves the file when you save.").arg(name),
                                             QMessageBox::Yes | QMessageBox::Cancel, QMessageBox::Cancel);
   if (answer != QMessageBox::Yes) return;
+  editorRow_ = -1;  // whatever the editor held of it goes with it
   model_.removeRows(row, 1);
   origins_.erase(origins_.begin() + row);
   setModified(true);
   showMessage(tr("Removed “%1”.").arg(name));
   selectRow(std::min(row, model_.rowCount() - 1));
+}
+
+void MainWindow::setQueryCheck(bool on) { checkFindAction_->setChecked(on); }
+
+void MainWindow::setRetrieveCheck(bool on, std::uint16_t listenPort) {
+  if (listenPort != 0) echo_.setListenPort(listenPort);
+  checkRetrieveAction_->setChecked(on);
 }
 
 void MainWindow::testSelectedNode() {
@@ -285,7 +336,8 @@ void MainWindow::test(const std::vector<int>& rows) {
   showMessage(tr("Checking %1…").arg(nodeCount(static_cast<int>(rows.size()))));
 }
 
-void MainWindow::onAnswer(const DicomNode& checked, const DicomNodeStatus& status, const QDateTime& at) {
+void MainWindow::onAnswer(const DicomNode& checked, const DicomNodeStatus& status, const QDateTime& at,
+                          const qt::NodeTableModel::CheckAnswers& answers) {
   progress_->setValue(progress_->maximum() - echo_.pending());
   // The node may have been edited, moved or removed since its check began; the answer
   // belongs to the row that still holds the very node that was checked.
@@ -295,11 +347,48 @@ void MainWindow::onAnswer(const DicomNode& checked, const DicomNodeStatus& statu
     // An edit that changes how the node is reached has made its status unknown already;
     // one of its name or icon leaves the answer true.
     if (node == checked || model_.nodeStatus(row) == DicomNodeStatus::unknown("Waiting for an answer"))
-      model_.setStatus(row, status, at);
+      model_.setStatus(row, status, at, answers);
   }
 }
 
 int MainWindow::currentRow() const { return editorRow_; }
+
+bool MainWindow::mayLeaveEditor() {
+  if (editorRow_ < 0 || editorRow_ >= model_.rowCount() || !editor_->hasRefusedInput()) return true;
+  const QString name = nameOf(model_.nodes()[static_cast<std::size_t>(editorRow_)]);
+  const auto answer = QMessageBox::warning(
+      this, tr("Input not taken"),
+      tr("What was typed for “%1” was not taken: %2\n\nDiscard it and keep the node as it was?")
+          .arg(name, editor_->problems().join(' ')),
+      QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Cancel);
+  if (answer != QMessageBox::Discard) {
+    showMessage(tr("Still editing “%1”: correct the marked input, or discard it.").arg(name), true);
+    return false;
+  }
+  editor_->setNode(model_.nodes()[static_cast<std::size_t>(editorRow_)]);
+  showMessage(tr("Discarded the input not taken for “%1”.").arg(name));
+  return true;
+}
+
+void MainWindow::keepEditorRow() {
+  if (editorRow_ < 0) return;
+  keepingRow_ = true;
+  table_->setCurrentIndex(model_.index(editorRow_, 0));
+  table_->selectRow(editorRow_);
+  keepingRow_ = false;
+  editor_->setFocus();
+}
+
+void MainWindow::askListenPort() {
+  bool ok = false;
+  const int port = QInputDialog::getInt(
+      this, tr("Listen port"),
+      tr("Port of this computer where retrieve checks by C-MOVE receive the instance\n"
+         "(the port the peers know for the calling AE title %1):")
+          .arg(echo_.callingAeTitle()),
+      echo_.listenPort() != 0 ? echo_.listenPort() : 11112, 1, 65535, 1, &ok);
+  if (ok) echo_.setListenPort(static_cast<std::uint16_t>(port));
+}
 
 void MainWindow::selectRow(int row) {
   row = row >= 0 && row < model_.rowCount() ? row : -1;
@@ -315,6 +404,10 @@ void MainWindow::selectRow(int row) {
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
+  if (!mayLeaveEditor()) {
+    event->ignore();
+    return;
+  }
   if (isWindowModified()) {
     const auto answer = QMessageBox::question(this, tr("Unsaved changes"), tr("Save the changes before closing?"),
                                               QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);

@@ -6,6 +6,7 @@
 #include <QMainWindow>
 #include <QProgressBar>
 #include <QTableView>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -32,9 +33,14 @@ class MainWindow : public QMainWindow {
   void addNode();
   // Removes the selected node once the user confirms it in a dialog.
   void removeSelectedNode();
-  // Checks the selected node, or every node, in the background.
+  // Checks the selected node, or every node, in the background (with the query and
+  // retrieve checks chosen in the Node menu, or set on echoRunner()).
   void testSelectedNode();
   void testAllNodes();
+  // What tests ask besides the echo, as the Node menu's options do: a query, and a
+  // retrieve (by C-MOVE to `listenPort`, kept when 0, or by C-GET).
+  void setQueryCheck(bool on);
+  void setRetrieveCheck(bool on, std::uint16_t listenPort = 0);
 
   qt::NodeTableModel& model() noexcept { return model_; }
   EchoRunner& echoRunner() noexcept { return echo_; }
@@ -49,7 +55,13 @@ class MainWindow : public QMainWindow {
   void setModified(bool modified);
   void selectRow(int row);
   void test(const std::vector<int>& rows);
-  void onAnswer(const DicomNode& checked, const DicomNodeStatus& status, const QDateTime& at);
+  void onAnswer(const DicomNode& checked, const DicomNodeStatus& status, const QDateTime& at,
+                const qt::NodeTableModel::CheckAnswers& answers);
+  // Whether the editor may stop showing its node: input it refused would be lost, so the
+  // user is asked first; on yes that input is dropped.
+  bool mayLeaveEditor();
+  void keepEditorRow();
+  void askListenPort();
   void updateTitle();
   void updateActions();
   int currentRow() const;
@@ -67,7 +79,11 @@ class MainWindow : public QMainWindow {
   QAction* removeAction_;
   QAction* testAction_;
   QAction* testAllAction_;
+  QAction* checkFindAction_;
+  QAction* checkRetrieveAction_;
+  QAction* listenPortAction_;
   int editorRow_ = -1;
+  bool keepingRow_ = false;  // putting the table's selection back on the edited row
 };
 
 }  // namespace telvor::node_manager

@@ -128,7 +128,7 @@ class ModelsTest : public QObject {
     model.setNodes({node("A"), node("B")});
     model.appendNode(node("C"), DicomNodeStatus::inaccessible("Connection refused"));
     QCOMPARE(model.rowCount(), 3);
-    QCOMPARE(model.columnCount(), 9);
+    QCOMPARE(model.columnCount(), 10);
     QCOMPARE(model.headerData(1, Qt::Horizontal).toString(), QString("AE title"));
 
     const QModelIndex tls = model.index(0, NodeTableModel::tls);
@@ -152,7 +152,8 @@ class ModelsTest : public QObject {
     QVERIFY(!model.removeRows(0, 2));
   }
 
-  // A status found for a node stays only while the node is reached the same way.
+  // A status found for a node, and the check's other answers, stay only while the node is
+  // reached the same way.
   void editsResetOnlyReachStatuses_data() {
     QTest::addColumn<int>("edit");
     QTest::addColumn<bool>("kept");
@@ -180,7 +181,7 @@ class ModelsTest : public QObject {
     QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
     model.setNodes({node("A")});
     const QDateTime at = QDateTime::currentDateTime();
-    model.setStatus(0, DicomNodeStatus::accessable(), at);
+    model.setStatus(0, DicomNodeStatus::accessable(), at, {NodeTableModel::Answer{"yes", ""}, std::nullopt});
     QCOMPARE(model.index(0, NodeTableModel::checked).data().toString(),
              QLocale().toString(at.time(), QLocale::ShortFormat));
     telvor::DicomNode edited = model.nodes()[0];
@@ -189,6 +190,7 @@ class ModelsTest : public QObject {
     QCOMPARE(model.nodeStatus(0) == DicomNodeStatus::accessable(), kept);
     QCOMPARE(model.checkedAt(0).isValid(), kept);
     QCOMPARE(model.index(0, NodeTableModel::checked).data().toString().isEmpty(), !kept);
+    QCOMPARE(model.index(0, NodeTableModel::answers).data().toString(), kept ? QString("yes / –") : QString());
   }
 
   // On a double-density screen a 16-pixel status symbol is drawn at 32 pixels, not

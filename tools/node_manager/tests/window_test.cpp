@@ -134,6 +134,25 @@ void type(MainWindow& window, const char* name, const QString& text) {
   QTest::keyClick(edit, Qt::Key_Return);
 }
 
+// A property-list catalogue of `nodes` in `dir`; its path.
+QString writeCatalogue(const QTemporaryDir& dir, const std::vector<DicomNode>& nodes) {
+  std::vector<PropertyDictionary> dictionaries;
+  for (const DicomNode& node : nodes) dictionaries.push_back(*node.toDictionary());
+  const QString path = dir.filePath("local.plist");
+  writeFile(path, telvor::plist::serialize(telvor::plist::PropertyListDocument{dictionaries, true}));
+  return path;
+}
+
+DicomNode localNode(const char* name, const char* aetitle, std::uint16_t port,
+                    RetrieveModeType mode = RetrieveModeType::cmove) {
+  DicomNode node(port);
+  node.name = name;
+  node.aetitle = aetitle;
+  node.address = "127.0.0.1";
+  node.retrieveMode = mode;
+  return node;
+}
+
 // Answers the next message box with `button` once it shows; whether one showed.
 std::shared_ptr<bool> answerNextDialog(QMessageBox::StandardButton button) {
   auto shown = std::make_shared<bool>(false);
@@ -227,6 +246,43 @@ class WindowTest : public QObject {
     QCOMPARE(child<QLineEdit>(window, "portEdit")->text(), QString("99999"));
     QCOMPARE(window.model().index(0, NodeTableModel::port).data().toString(), before);
     QVERIFY2(window.message().contains("99999"), qPrintable(window.message()));
+    QVERIFY(!window.isWindowModified());
+  }
+
+  // Refused input is never dropped unasked: choosing another row (or adding a node) asks
+  // first; Cancel keeps the row and the typed text, Discard moves on and the node is as it was.
+  void refusedInputAsksBeforeItIsDropped() {
+    QTemporaryDir dir;
+    MainWindow window;
+    QVERIFY(window.open(sampleSource(Kind::plist, dir)));
+    auto* table = child<QTableView>(window, "nodeTable");
+    table->selectRow(0);
+    const DicomNode first = window.model().nodes()[0];
+    type(window, "portEdit", "99999");
+    const int rows = window.model().rowCount();
+
+    const auto moved = [&](QMessageBox::StandardButton button) {
+      table->selectRow(1);  // the question comes once the selection change is done with
+      const auto shown = answerNextDialog(button);
+      QTRY_VERIFY_WITH_TIMEOUT(*shown, 5000);
+      QTest::qWait(20);
+    };
+    moved(QMessageBox::Cancel);
+    QCOMPARE(table->currentIndex().row(), 0);
+    QCOMPARE(child<QLineEdit>(window, "portEdit")->text(), QString("99999"));
+    QVERIFY2(window.message().contains("Still editing"), qPrintable(window.message()));
+
+    const auto asked = answerNextDialog(QMessageBox::Cancel);
+    child<QAction>(window, "addAction")->trigger();
+    QVERIFY(*asked);
+    QCOMPARE(window.model().rowCount(), rows);
+    QCOMPARE(child<QLineEdit>(window, "portEdit")->text(), QString("99999"));
+
+    moved(QMessageBox::Discard);
+    QCOMPARE(table->currentIndex().row(), 1);
+    QCOMPARE(child<QLineEdit>(window, "portEdit")->text(),
+             QString::fromStdString(window.model().nodes()[1].port.value_or("")));
+    QVERIFY(window.model().nodes()[0] == first);
     QVERIFY(!window.isWindowModified());
   }
 
@@ -335,18 +391,11 @@ class WindowTest : public QObject {
                              scratch / "storescp.log");
     QVERIFY(scp.ready());
     QTemporaryDir dir;
-    std::vector<PropertyDictionary> dictionaries;
-    for (const auto& [name, port] : {std::pair{"Listening", scp.port()}, std::pair{"Silent", peers::freePort()}}) {
-      DicomNode node(port);
-      node.name = name;
-      node.aetitle = "STORESCP";
-      node.address = "127.0.0.1";
-      dictionaries.push_back(*node.toDictionary());
-    }
-    writeFile(dir.filePath("local.plist"), telvor::plist::serialize(telvor::plist::PropertyListDocument{dictionaries, true}));
+    const QString catalogue = writeCatalogue(
+        dir, {localNode("Listening", "STORESCP", scp.port()), localNode("Silent", "STORESCP", peers::freePort())});
     MainWindow window;
     window.echoRunner().setTimeout(std::chrono::seconds(5));
-    QVERIFY(window.open(telvor::node_manager::openCatalogueFile(dir.filePath("local.plist"))));
+    QVERIFY(window.open(telvor::node_manager::openCatalogueFile(catalogue)));
     child<QAction>(window, "testAllAction")->trigger();
     QCOMPARE(window.model().index(0, NodeTableModel::status).data().toString(), QString("unknown"));
     QTRY_COMPARE_WITH_TIMEOUT(window.model().index(0, NodeTableModel::status).data().toString(), QString("online"),
@@ -367,6 +416,67 @@ class WindowTest : public QObject {
     child<QAction>(window, "testAction")->trigger();
     QTRY_COMPARE_WITH_TIMEOUT(window.model().index(1, NodeTableModel::status).data().toString(), QString("online"),
                               20000);
+#endif
+  }
+
+  // The query and retrieve checks chosen in the Node menu reach dcmqrscp and their answers
+  // the Query / retrieve column: none before they are chosen, yes where the archive holds
+  // an instance (by C-MOVE to the window's listener, and by C-GET), unknown where it holds
+  // none. The listener is closed once the checks are over.
+  void queryAndRetrieveAnswersReachTheColumn() {
+#ifndef TELVOR_NODE_MANAGER_ECHO
+    QSKIP("built without the DCMTK companion: no checks");
+#else
+    namespace peers = telvor::dcmtk::test_peers;
+    for (const char* program : {"dcmqrscp", "storescu", "dump2dcm"})
+      if (peers::findProgram(program).empty()) QSKIP(qPrintable(QString("%1 is not installed (dcmtk)").arg(program)));
+    peers::TempDir scratch;
+    const std::uint16_t listenPort = peers::freePort();
+    const auto instance = peers::makeTestInstance(scratch);
+    QVERIFY(!instance.empty());
+    const auto archive = peers::startArchive(scratch, "TELVOR", listenPort, instance);
+    QVERIFY2(archive, "dcmqrscp did not start or take the instance (see its log in the scratch folder)");
+    struct Row {
+      DicomNode node;
+      QString shown, told;  // the cell, and what its tooltip says
+    };
+    const std::vector<Row> expected{
+        {localNode("By C-MOVE", "ARCHIVE", archive->port()), "yes / yes", "Query: yes\nRetrieve: yes"},
+        {localNode("By C-GET", "ARCHIVE", archive->port(), RetrieveModeType::cget), "yes / yes",
+         "Query: yes\nRetrieve: yes"},
+        {localNode("Empty", "EMPTY", archive->port()), "yes / unknown", "Retrieve: unknown: "},
+    };
+    std::vector<DicomNode> nodes;
+    for (const auto& row : expected) nodes.push_back(row.node);
+    QTemporaryDir dir;
+    MainWindow window;
+    window.echoRunner().setTimeout(std::chrono::seconds(10));
+    QVERIFY(window.open(telvor::node_manager::openCatalogueFile(writeCatalogue(dir, nodes))));
+    const auto answersOf = [&](int row, int role = Qt::DisplayRole) {
+      return window.model().index(row, NodeTableModel::answers).data(role).toString();
+    };
+
+    child<QAction>(window, "testAllAction")->trigger();
+    QTRY_VERIFY_WITH_TIMEOUT(!window.echoRunner().running(), 30000);
+    for (int row = 0; row < int(expected.size()); ++row) {
+      QCOMPARE(window.model().index(row, NodeTableModel::status).data().toString(), QString("online"));
+      QVERIFY2(answersOf(row).isEmpty(), qPrintable(answersOf(row)));
+    }
+
+    window.echoRunner().setListenPort(listenPort);
+    child<QAction>(window, "checkFindAction")->trigger();
+    child<QAction>(window, "checkRetrieveAction")->trigger();
+    child<QAction>(window, "testAllAction")->trigger();
+    QTRY_VERIFY_WITH_TIMEOUT(!window.echoRunner().running(), 60000);
+    for (int row = 0; row < int(expected.size()); ++row) {
+      const Row& want = expected[static_cast<std::size_t>(row)];
+      QCOMPARE(answersOf(row), want.shown);
+      const QString told = answersOf(row, Qt::ToolTipRole);
+      // A reason follows where the answer is not plainly yes.
+      QVERIFY2(want.told.endsWith(": ") ? told.contains(want.told) && !told.endsWith(want.told) : told == want.told,
+               qPrintable(told));
+    }
+    QVERIFY(!peers::isListening(listenPort));
 #endif
   }
 };
