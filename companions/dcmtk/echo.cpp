@@ -17,12 +17,14 @@
 #include "socket_handover.hpp"
 #include "telvor/dcmtk/tls_profile_conversion.hpp"
 #include "telvor/node/node_validation.hpp"
+#include "telvor/status/detail/timeout_text.hpp"
 #include "telvor/vocabulary/transfer_syntax.hpp"
 
 namespace telvor::dcmtk {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using telvor::detail::timeoutText;
 
 EchoResult notAttempted(std::string reason) { return {EchoOutcome::notAttempted, std::move(reason)}; }
 
@@ -40,17 +42,6 @@ std::optional<EchoResult> checkTarget(const EchoTarget& target, std::string_view
 }
 
 constexpr std::chrono::milliseconds kLongest = std::chrono::hours(24);
-
-// "2 s", "1.5 s", "0.25 s".
-std::string timeoutText(std::chrono::milliseconds timeout) {
-  std::string text = std::to_string(timeout.count() / 1000);
-  if (const auto ms = timeout.count() % 1000; ms != 0) {
-    std::string fraction = std::to_string(1000 + ms).substr(1);
-    fraction.erase(fraction.find_last_not_of('0') + 1);
-    text += "." + fraction;
-  }
-  return text + " s";
-}
 
 // DCMTK counts whole seconds, at least one.
 int wholeSeconds(std::chrono::milliseconds timeout) {

@@ -7,12 +7,14 @@
 #include <sstream>
 
 #include "curl_handles.hpp"
+#include "telvor/status/detail/timeout_text.hpp"
 #include "wado_answer.hpp"
 
 namespace telvor::web {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using telvor::detail::timeoutText;
 
 constexpr std::chrono::milliseconds kLongest = std::chrono::hours(24);
 // Enough of the body to tell JSON from a web page; the rest is read and dropped.
@@ -23,17 +25,6 @@ WadoResult failed(WadoOutcome outcome, std::string reason) {
   r.outcome = outcome;
   r.reason = std::move(reason);
   return r;
-}
-
-// "2 s", "1.5 s", "0.25 s".
-std::string timeoutText(std::chrono::milliseconds timeout) {
-  std::string text = std::to_string(timeout.count() / 1000);
-  if (const auto ms = timeout.count() % 1000; ms != 0) {
-    std::string fraction = std::to_string(1000 + ms).substr(1);
-    fraction.erase(fraction.find_last_not_of('0') + 1);
-    text += "." + fraction;
-  }
-  return text + " s";
 }
 
 std::size_t keepStart(char* data, std::size_t size, std::size_t count, void* target) {

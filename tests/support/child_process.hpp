@@ -31,15 +31,22 @@ namespace telvor::testing_support {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-// The full path of `name` on PATH, or empty when it is not installed.
+// The full path of `name` on PATH or in the sbin folders (servers such as slapd, nginx and
+// Orthanc live there, which is not on a user's PATH everywhere); empty when not installed.
 inline std::string findProgram(const std::string& name) {
   const char* path = std::getenv("PATH");
-  std::stringstream dirs(path ? path : "/usr/bin:/bin");
+  std::stringstream dirs(std::string(path ? path : "/usr/bin:/bin") + ":/usr/sbin:/usr/local/sbin:/sbin");
   for (std::string dir; std::getline(dirs, dir, ':');) {
     const fs::path candidate = fs::path(dir) / name;
     if (::access(candidate.c_str(), X_OK) == 0) return candidate;
   }
   return {};
+}
+
+// The exit status of `sh -c command`, or -1 when it did not exit normally.
+inline int shellStatus(const std::string& command) {
+  const int raw = std::system(command.c_str());
+  return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
 }
 
 // A child process with its output in a log file; terminated (then killed) and reaped by

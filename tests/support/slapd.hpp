@@ -34,7 +34,7 @@ class Slapd {
   // `entries`: LDIF of the entries below the base (the base entry is made here).
   explicit Slapd(const std::string& entries) : Slapd(entries, Options()) {}
   Slapd(const std::string& entries, const Options& options) {
-    const std::string slapd = program("slapd"), slapadd = program("slapadd");
+    const std::string slapd = findProgram("slapd"), slapadd = findProgram("slapadd");
     if (slapd.empty() || slapadd.empty()) {
       problem_ = "slapd or slapadd is not installed (Debian: slapd)";
       return;
@@ -99,13 +99,6 @@ class Slapd {
   const fs::path& dir() const { return dir_.path(); }
 
  private:
-  static std::string program(const std::string& name) {
-    const std::string found = findProgram(name);
-    if (!found.empty()) return found;
-    const fs::path sbin = fs::path("/usr/sbin") / name;  // not on a user's PATH everywhere
-    return ::access(sbin.c_str(), X_OK) == 0 ? sbin.string() : std::string();
-  }
-
   bool makeCertificate() {
     const std::string openssl = findProgram("openssl");
     return !openssl.empty() &&

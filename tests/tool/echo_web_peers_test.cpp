@@ -5,7 +5,6 @@
 // (echo_web_session.py).
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <boost/json.hpp>
@@ -16,29 +15,23 @@
 #include <string>
 
 #include "support/free_port.hpp"
+#include "support/private_network.hpp"
 #include "support/scratch_files.hpp"
 
 namespace {
 
 namespace fs = std::filesystem;
 namespace json = boost::json;
+using telvor::testing_support::findProgram;
 using telvor::testing_support::freePort;
+using telvor::testing_support::privateNetworkMissing;
+using telvor::testing_support::runInPrivateNetwork;
+using telvor::testing_support::shellStatus;
 using telvor::testing_support::slurp;
 using ::testing::HasSubstr;
 
 constexpr const char* kPlugin = "/usr/share/orthanc/plugins/libOrthancDicomWeb.so";
 constexpr const char* kPassword = "right-Pa55word";
-
-std::string onPath(const std::string& name) {
-  for (const char* dir : {"/usr/sbin", "/usr/bin", "/usr/local/bin"})
-    if (::access((fs::path(dir) / name).c_str(), X_OK) == 0) return (fs::path(dir) / name).string();
-  return {};
-}
-
-int shell(const std::string& command) {
-  const int raw = std::system(command.c_str());
-  return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-}
 
 // A web node of the catalogue: retrieve mode WADO, DICOM port Orthanc's.
 json::object webNode(const std::string& name, std::uint16_t dicomPort, std::uint16_t wadoPort, const std::string& url,
@@ -68,14 +61,13 @@ class EchoWebPeers : public testing::Test {
  protected:
   void SetUp() override {
     for (const char* program : {"Orthanc", "nginx", "openssl", "dump2dcm", "python3", "unshare", "ip"})
-      if (onPath(program).empty()) GTEST_SKIP() << program << " is not installed (see run.sh's TEST_PACKAGES)";
+      if (findProgram(program).empty()) GTEST_SKIP() << program << " is not installed (see run.sh's TEST_PACKAGES)";
     if (::access(kPlugin, R_OK) != 0) GTEST_SKIP() << "Orthanc's DICOMweb plugin is not installed (orthanc-dicomweb)";
-    if (shell("unshare -rn sh -c 'ip link set lo up' >/dev/null 2>&1") != 0)
-      GTEST_SKIP() << "cannot make a private network namespace here (`unshare -rn` with `ip link set lo up` failed), "
-                      "so Orthanc, which listens on every address, is not started";
-    if (shell(std::string("'") + TELVOR_NODES_TOOL + "' echo --help >/dev/null 2>&1") != 0 ||
-        shell(std::string("'") + TELVOR_NODES_TOOL + "' echo --host 127.0.0.1 --aec X --timeout 0.01 2>&1 | grep -q "
-                                                     "'needs the DCMTK companion'") == 0)
+    if (const std::string why = privateNetworkMissing(); !why.empty()) GTEST_SKIP() << why;
+    if (shellStatus(std::string("'") + TELVOR_NODES_TOOL + "' echo --help >/dev/null 2>&1") != 0 ||
+        shellStatus(std::string("'") + TELVOR_NODES_TOOL +
+                    "' echo --host 127.0.0.1 --aec X --timeout 0.01 2>&1 | grep -q "
+                    "'needs the DCMTK companion'") == 0)
       GTEST_SKIP() << "this build's telvor-nodes cannot echo (no DCMTK companion)";
   }
 
@@ -90,7 +82,7 @@ TEST_F(EchoWebPeers, EveryAnswerTellsTheTruthAboutWebAndDicomPeers) {
                       tls = freePort(), listen = freePort(), closed = freePort();
   ASSERT_TRUE(httpA && dicomA && httpB && dicomB && tls && listen && closed);
   for (const char* folder : {"a", "b", "nginx"}) fs::create_directories(path(folder));
-  ASSERT_EQ(shell("openssl req -x509 -newkey rsa:2048 -nodes -keyout '" + text("server.key") + "' -out '" +
+  ASSERT_EQ(shellStatus("openssl req -x509 -newkey rsa:2048 -nodes -keyout '" + text("server.key") + "' -out '" +
                   text("server.pem") + "' -days 1 -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1 "
                                        ">'" + text("openssl.log") + "' 2>&1"),
             0)
@@ -101,7 +93,7 @@ TEST_F(EchoWebPeers, EveryAnswerTellsTheTruthAboutWebAndDicomPeers) {
          "(0020,000d) UI [1.2.826.0.1.3680043.2.1143.4343.1]\n(0020,000e) UI [1.2.826.0.1.3680043.2.1143.4343.1.1]\n"
          "(0028,0002) US 1\n(0028,0004) CS [MONOCHROME2]\n(0028,0010) US 2\n(0028,0011) US 2\n(0028,0100) US 8\n"
          "(0028,0101) US 8\n(0028,0102) US 7\n(0028,0103) US 0\n(7fe0,0010) OB 00\\7f\\80\\ff\n";
-  ASSERT_EQ(shell("dump2dcm -g +te '" + text("instance.dump") + "' '" + text("instance.dcm") + "'"), 0);
+  ASSERT_EQ(shellStatus("dump2dcm -g +te '" + text("instance.dump") + "' '" + text("instance.dcm") + "'"), 0);
 
   // A: DICOMweb with basic authentication; knows TELVOR (move destination at `listen`) and
   // NOGET (no C-GET). B: a DICOM archive that answers queries and moves from anyone.
@@ -163,9 +155,9 @@ TEST_F(EchoWebPeers, EveryAnswerTellsTheTruthAboutWebAndDicomPeers) {
       {"out", text("session.json")},
       {"instance", text("instance.dcm")},
       {"servers",
-       {json::object{{"argv", args({onPath("Orthanc"), text("a.json")})}, {"log", text("a.log")}, {"port", httpA}},
-        json::object{{"argv", args({onPath("Orthanc"), text("b.json")})}, {"log", text("b.log")}, {"port", httpB}},
-        json::object{{"argv", args({onPath("nginx"), "-e", n + "/error.log", "-p", n, "-c", n + "/nginx.conf"})},
+       {json::object{{"argv", args({findProgram("Orthanc"), text("a.json")})}, {"log", text("a.log")}, {"port", httpA}},
+        json::object{{"argv", args({findProgram("Orthanc"), text("b.json")})}, {"log", text("b.log")}, {"port", httpB}},
+        json::object{{"argv", args({findProgram("nginx"), "-e", n + "/error.log", "-p", n, "-c", n + "/nginx.conf"})},
                      {"log", text("nginx.log")},
                      {"port", tls}}}},
       {"uploads",
@@ -187,13 +179,12 @@ TEST_F(EchoWebPeers, EveryAnswerTellsTheTruthAboutWebAndDicomPeers) {
         {"getStranger", dicom(b, {"--aet", "STRANGER", "--check-retrieve"})}}}};
   std::ofstream(path("plan.json")) << json::serialize(plan);
 
-  const std::string command = "timeout -k 5 300 unshare -rn sh -c \"ip link set lo up; exec python3 '" +
-                              std::string(TELVOR_SOURCE_DIR) + "/tests/tool/echo_web_session.py' '" +
-                              text("plan.json") + "'\"";
-  ASSERT_EQ(shell(command), 0) << slurp(path("a.log")) << slurp(path("nginx/error.log"));
+  const std::string script =
+      std::string("python3 '") + TELVOR_SOURCE_DIR + "/tests/tool/echo_web_session.py' '" + text("plan.json") + "'";
+  ASSERT_EQ(runInPrivateNetwork(script, 300), 0) << slurp(path("a.log")) << slurp(path("nginx/error.log"));
   const json::object session = json::parse(slurp(path("session.json"))).as_object();
-  ASSERT_TRUE(session.at("ready").as_bool()) << slurp(path("a.log")) << slurp(path("b.log"))
-                                             << slurp(path("nginx/error.log"));
+  ASSERT_TRUE(session.at("ready").as_bool())
+      << slurp(path("a.log")) << slurp(path("b.log")) << slurp(path("nginx/error.log"));
   for (const auto& status : session.at("uploads").as_array()) EXPECT_EQ(status.as_int64(), 200);
   std::map<std::string, std::string> out;
   for (const auto& [name, run] : session.at("runs").as_object())

@@ -9,27 +9,14 @@ Orthanc, waits for them (bounded), makes the REST calls the test asks for, runs
 import argparse
 import json
 import os
-import signal
 import subprocess
 import sys
 import time
 import urllib.error
 import urllib.request
 
-
-def listening(port):
-    suffix = ":%04X" % port
-    for table in ("/proc/net/tcp", "/proc/net/tcp6"):
-        try:
-            with open(table) as f:
-                next(f)
-                for line in f:
-                    fields = line.split()
-                    if fields[3] == "0A" and fields[1].endswith(suffix):
-                        return True
-        except OSError:
-            pass
-    return False
+sys.dont_write_bytecode = True  # no __pycache__ beside the sources
+from namespace_processes import listening, stop  # noqa: E402
 
 
 def call(base, method, path, body=None):
@@ -40,17 +27,6 @@ def call(base, method, path, body=None):
             return answer.status, answer.read().decode()
     except urllib.error.HTTPError as e:
         return e.code, e.read().decode(errors="replace")
-
-
-def stop(process):
-    if process is None or process.poll() is not None:
-        return
-    process.send_signal(signal.SIGTERM)
-    try:
-        process.wait(timeout=15)
-    except subprocess.TimeoutExpired:
-        process.kill()
-        process.wait(timeout=5)
 
 
 def main():

@@ -3,7 +3,6 @@
 // configuration; telvor-nodes echoes Orthanc. Orthanc listens on every address, so it runs
 // in a private network namespace holding only loopback (orthanc_session.py).
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <boost/json.hpp>
@@ -11,35 +10,23 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 
 #include "support/free_port.hpp"
+#include "support/private_network.hpp"
+#include "support/scratch_files.hpp"
 #include "telvor/peers/orthanc.hpp"
 
 namespace {
 
 namespace fs = std::filesystem;
 using telvor::DicomNode;
+using telvor::testing_support::findProgram;
 using telvor::testing_support::freePort;
-
-std::string slurp(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream bytes;
-  bytes << file.rdbuf();
-  return bytes.str();
-}
-
-std::string onPath(const std::string& name) {
-  for (const char* dir : {"/usr/sbin", "/usr/bin", "/usr/local/bin"})
-    if (::access((fs::path(dir) / name).c_str(), X_OK) == 0) return (fs::path(dir) / name).string();
-  return {};
-}
-
-int shell(const std::string& command) {
-  const int raw = std::system(command.c_str());
-  return WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-}
+using telvor::testing_support::privateNetworkMissing;
+using telvor::testing_support::runInPrivateNetwork;
+using telvor::testing_support::shellStatus;
+using telvor::testing_support::slurp;
 
 std::map<std::string, DicomNode> byName(const std::vector<DicomNode>& nodes) {
   std::map<std::string, DicomNode> out;
@@ -59,16 +46,13 @@ void expectSamePeer(const DicomNode& got, const DicomNode& want, const std::stri
 class OrthancPeers : public testing::Test {
  protected:
   void SetUp() override {
-    orthanc_ = onPath("Orthanc");
-    storescp_ = onPath("storescp");
-    python_ = onPath("python3");
+    orthanc_ = findProgram("Orthanc");
+    storescp_ = findProgram("storescp");
+    python_ = findProgram("python3");
     if (orthanc_.empty()) GTEST_SKIP() << "Orthanc is not installed (Debian package orthanc)";
     if (storescp_.empty()) GTEST_SKIP() << "storescp is not installed (Debian package dcmtk)";
     if (python_.empty()) GTEST_SKIP() << "python3 is not installed";
-    if (shell("unshare -rn sh -c 'ip link set lo up' >/dev/null 2>&1") != 0)
-      GTEST_SKIP() << "cannot make a private network namespace here (`unshare -rn` with `ip link set lo up` "
-                      "failed: user namespaces or iproute2 are not available), so Orthanc, which listens on "
-                      "every address, is not started";
+    if (const std::string why = privateNetworkMissing(); !why.empty()) GTEST_SKIP() << why;
     // Storage in the build folder, as the test's working folder is.
     dir_ = fs::current_path() / ("orthanc-peers-" + std::to_string(::getpid()));
     fs::remove_all(dir_);
@@ -84,7 +68,7 @@ class OrthancPeers : public testing::Test {
     std::string err;
   };
   Run tool(const std::string& args) const {
-    const int status = shell(std::string("'") + TELVOR_NODES_TOOL + "' " + args + " >/dev/null 2>'" +
+    const int status = shellStatus(std::string("'") + TELVOR_NODES_TOOL + "' " + args + " >/dev/null 2>'" +
                              (dir_ / "tool.err").string() + "'");
     return {status, slurp(dir_ / "tool.err")};
   }
@@ -144,13 +128,13 @@ TEST_F(OrthancPeers, LoadsExportedModalitiesImportsItsOwnAndEchoesAStorescpFromT
   EXPECT_EQ(exported.err.find("isQueryable"), std::string::npos) << exported.err;
   ASSERT_EQ(tool("import --from orthanc '" + path("self.json") + "' -o '" + path("self.plist") + "'").status, 0);
 
-  const std::string command =
-      "timeout -k 5 240 unshare -rn sh -c \"ip link set lo up; exec '" + python_ + "' '" + TELVOR_SOURCE_DIR +
-      "/tests/tool/orthanc_session.py' --orthanc '" + orthanc_ + "' --config '" + path("config") + "' --http " +
-      std::to_string(http) + " --log '" + path("orthanc.log") + "' --out '" + path("session.json") + "' --storescp '" +
-      storescp_ + "' --storescp-port " + std::to_string(store) + " --put '" + path("put.json") +
-      "' --echo storescp --tool '" + TELVOR_NODES_TOOL + "' --catalogue '" + path("self.plist") + "'\"";
-  ASSERT_EQ(shell(command), 0) << slurp(dir_ / "orthanc.log");
+  const std::string script = "'" + python_ + "' '" + TELVOR_SOURCE_DIR + "/tests/tool/orthanc_session.py' --orthanc '" +
+                             orthanc_ + "' --config '" + path("config") + "' --http " + std::to_string(http) +
+                             " --log '" + path("orthanc.log") + "' --out '" + path("session.json") + "' --storescp '" +
+                             storescp_ + "' --storescp-port " + std::to_string(store) + " --put '" + path("put.json") +
+                             "' --echo storescp --tool '" + TELVOR_NODES_TOOL + "' --catalogue '" + path("self.plist") +
+                             "'";
+  ASSERT_EQ(runInPrivateNetwork(script, 240), 0) << slurp(dir_ / "orthanc.log");
   const boost::json::object session = boost::json::parse(slurp(dir_ / "session.json")).as_object();
   ASSERT_TRUE(session.at("ready").as_bool()) << slurp(dir_ / "orthanc.log");
 
