@@ -24,7 +24,9 @@ class ValueBuilder {
   // Each dictionary of the document (the root one, or each element of the root array)
   // goes to `take` as soon as it is complete.
   using Take = std::function<void(PropertyDictionary&&)>;
-  explicit ValueBuilder(Take take) : take_(std::move(take)) {}
+  // Told how many elements a root array holds, when a reader knows before reading them.
+  using Expect = std::function<void(std::size_t)>;
+  explicit ValueBuilder(Take take, Expect expect = {}) : take_(std::move(take)), expect_(std::move(expect)) {}
 
   enum class Container : std::uint8_t { array, dictionary };
 
@@ -43,9 +45,9 @@ class ValueBuilder {
   void close();
 
   // The key of the next entry of the innermost container, a dictionary.
-  void key(std::string key) { frames_[depth_ - 1].key = std::move(key); }
+  void key(std::string&& key) { frames_[depth_ - 1].key = std::move(key); }
   // A scalar value where the next value goes.
-  void value(PropertyValue value);
+  void value(PropertyValue&& value);
 
   std::size_t depth() const noexcept { return depth_; }
   bool done() const noexcept { return done_; }
@@ -66,7 +68,7 @@ class ValueBuilder {
     std::size_t lastSize = 0;  // of the previous dictionary at this depth: a size to reserve
   };
 
-  void place(PropertyValue value);
+  void place(PropertyValue&& value);
   // True when the innermost frame is the root array, whose dictionaries go straight into
   // the document.
   bool inRootArray() const noexcept { return depth_ == 1 && wasArray_; }
@@ -77,6 +79,7 @@ class ValueBuilder {
   bool done_ = false;
   bool wasArray_ = false;
   Take take_;
+  Expect expect_;
 };
 
 }  // namespace telvor::plist::detail
