@@ -23,7 +23,7 @@ const char* ValueBuilder::describeShape(Shape shape) noexcept {
   return "a value";
 }
 
-void ValueBuilder::expect(Shape shape) {
+void ValueBuilder::noteShape(Shape shape) {
   if (!shapeFault_.empty()) return;
   if (depth_ == 0) {
     if (shape != Shape::array && shape != Shape::dictionary) {
@@ -85,15 +85,9 @@ void ValueBuilder::close() {
   }
 }
 
-void ValueBuilder::value(PropertyValue&& value) {
-  // A scalar at the root or in the root array is a fault of shape, already noted.
-  if (depth_ == 0) {
-    done_ = true;
-  } else if (inRootArray()) {
-    ++frames_[0].count;
-  } else {
-    place(std::move(value));
-  }
+void ValueBuilder::scalarOutside() noexcept {
+  if (depth_ == 0) done_ = true;
+  else ++frames_[0].count;
 }
 
 void ValueBuilder::place(PropertyValue&& value) {

@@ -36,7 +36,10 @@ class ValueBuilder {
 
   // Notes what the next value is: a root that is not a container, or a root array's
   // element that is not a dictionary, makes take() refuse the document (unexpectedShape).
-  void expect(Shape shape);
+  void expect(Shape shape) {
+    // Only the root and the root array's elements have a shape to keep.
+    if (depth_ == 0 || inRootArray()) noteShape(shape);
+  }
 
   // Opens a container where the next value goes; throws tooDeep beyond kMaxDepth.
   // `reserve` is how many elements or entries it will hold, when known.
@@ -47,7 +50,10 @@ class ValueBuilder {
   // The key of the next entry of the innermost container, a dictionary.
   void key(std::string&& key) { frames_[depth_ - 1].key = std::move(key); }
   // A scalar value where the next value goes.
-  void value(PropertyValue&& value);
+  void value(PropertyValue&& value) {
+    if (depth_ > 1 || (depth_ == 1 && !wasArray_)) place(std::move(value));
+    else scalarOutside();
+  }
 
   std::size_t depth() const noexcept { return depth_; }
   bool done() const noexcept { return done_; }
@@ -69,6 +75,9 @@ class ValueBuilder {
   };
 
   void place(PropertyValue&& value);
+  void noteShape(Shape shape);
+  // A scalar at the root or in the root array: a fault of shape, already noted.
+  void scalarOutside() noexcept;
   // True when the innermost frame is the root array, whose dictionaries go straight into
   // the document.
   bool inRootArray() const noexcept { return depth_ == 1 && wasArray_; }
