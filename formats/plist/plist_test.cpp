@@ -125,7 +125,7 @@ TEST_P(PlistRoundTrip, OnlyTheBinaryFormTellsTheRootArraysCountBeforeItsElements
   const auto expect = [&](std::size_t count) { told.insert(told.end(), {count, taken}); };
   const auto take = [&](PropertyDictionary&&) { ++taken; };
   EXPECT_TRUE(plist::parseEach(plist::serialize(three, GetParam()), expect, take));
-  EXPECT_EQ(told, binary ? std::vector<std::size_t>{3, 0} : std::vector<std::size_t>{});
+  EXPECT_EQ(told, (binary ? std::vector<std::size_t>{3, 0} : std::vector<std::size_t>{}));
   EXPECT_EQ(taken, 3u);
   // A single dictionary, and an empty array, tell nothing.
   told.clear();
