@@ -181,7 +181,10 @@ Catalogue Catalogue::parse(std::string_view bytes, FileFormat format, Purpose pu
   try {
     if (catalogue.viewOnly_) {
       // Each node is made as soon as its dictionary is read; no dictionary outlives it.
-      catalogue.wasArray_ = plist::parseEach(bytes, [&](PropertyDictionary&& dictionary) {
+      // Room for all nodes at once, where the form tells their number: growing would
+      // touch twice the memory. A lying count costs no more than a bounded reservation.
+      const auto expect = [&](std::size_t count) { catalogue.nodes_.reserve(std::min<std::size_t>(count, 1 << 20)); };
+      catalogue.wasArray_ = plist::parseEach(bytes, expect, [&](PropertyDictionary&& dictionary) {
         catalogue.nodes_.emplace_back(dictionary);
         catalogue.nodes_.back().uniqueId.reset();
       });

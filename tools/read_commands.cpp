@@ -40,12 +40,13 @@ int runCheck(const Options& options) {
   bool clean = true;
   boost::json::array report;
   std::string out;
+  auto amongOthers = catalogueProblems(catalogue.nodes());
   for (std::size_t i = 0; i < catalogue.size(); ++i) {
     const auto& node = catalogue.node(i);
     const auto label = node.name && !node.name->empty() ? escapeForTerminal(*node.name) : "node " + std::to_string(i + 1);
     std::vector<CatalogueProblem> problems;
     for (const auto& problem : validate(node)) problems.push_back({std::string(codeName(problem.code)), problem.message});
-    for (auto& problem : catalogueProblems(catalogue.nodes(), i)) problems.push_back(std::move(problem));
+    for (auto& problem : amongOthers[i]) problems.push_back(std::move(problem));
     clean = clean && problems.empty();
     if (options.json) {
       boost::json::array found;

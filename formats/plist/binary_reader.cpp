@@ -51,8 +51,8 @@ struct Frame {
 
 class BinaryReader {
  public:
-  BinaryReader(std::string_view bytes, ValueBuilder::Take take)
-      : builder_(std::move(take)),
+  BinaryReader(std::string_view bytes, ValueBuilder::Take take, ValueBuilder::Expect expect)
+      : builder_(std::move(take), std::move(expect)),
         bytes_(bytes),
         valueLimit_(bytes.size()),
         byteLimit_(std::max(kExpandedBytesFloor, kExpandedBytesFactor * bytes.size())) {}
@@ -101,12 +101,15 @@ class BinaryReader {
   void count(std::uint64_t bytes) {
     ++values_;
     expandedBytes_ += std::max<std::uint64_t>(bytes, 1);
-    if (values_ > valueLimit_ || expandedBytes_ > byteLimit_) {
-      refuseInput(Kind::tooLarge, "a binary property list of " + std::to_string(bytes_.size()) +
-                                      " bytes whose shared objects expand to more than " +
-                                      (values_ > valueLimit_ ? std::to_string(valueLimit_) + " values"
-                                                             : std::to_string(byteLimit_) + " bytes"));
-    }
+    if (values_ > valueLimit_ || expandedBytes_ > byteLimit_) [[unlikely]]
+      tooLarge();
+  }
+
+  [[noreturn, gnu::noinline]] void tooLarge() const {
+    refuseInput(Kind::tooLarge, "a binary property list of " + std::to_string(bytes_.size()) +
+                                    " bytes whose shared objects expand to more than " +
+                                    (values_ > valueLimit_ ? std::to_string(valueLimit_) + " values"
+                                                           : std::to_string(byteLimit_) + " bytes"));
   }
 
   // Reads object `object` where the next value goes: a scalar at once, a container by
@@ -330,8 +333,8 @@ class BinaryReader {
 
 }  // namespace
 
-bool readBinary(std::string_view bytes, ValueBuilder::Take take) {
-  return BinaryReader(bytes, std::move(take)).run();
+bool readBinary(std::string_view bytes, ValueBuilder::Take take, ValueBuilder::Expect expect) {
+  return BinaryReader(bytes, std::move(take), std::move(expect)).run();
 }
 
 }  // namespace telvor::plist::detail

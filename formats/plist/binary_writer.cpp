@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -28,7 +29,14 @@ class BinaryWriter {
       for (std::size_t i = 0; i < root.count; ++i) {
         const CodingPathLink here(&top, static_cast<std::int64_t>(i));
         root.visit(i, [&](const PropertyDictionary& d) { elements.push_back(dictionary(d, here, 2)); });
-        if (i == 0) out_.reserve(outputEstimate(out_.size(), root.count));
+        if (i == 0) {
+          // Catalogues' dictionaries are alike: the first one's share foretells the whole,
+          // and growing by doubling would hold the old and the new buffer at once.
+          out_.reserve(outputEstimate(out_.size(), root.count));
+          constexpr std::size_t kMostReserved = std::size_t{1} << 24;  // entries, of 8 bytes
+          refs_.reserve(std::min(kMostReserved, outputEstimate(refs_.size(), root.count)));
+          offsets_.reserve(std::min(kMostReserved, outputEstimate(offsets_.size(), root.count)));
+        }
       }
       topObject = container(0xA, elements);
     } else {

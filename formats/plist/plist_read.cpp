@@ -10,11 +10,16 @@
 namespace telvor::plist {
 
 bool parseEach(std::string_view bytes, const std::function<void(PropertyDictionary&&)>& take) {
+  return parseEach(bytes, {}, take);
+}
+
+bool parseEach(std::string_view bytes, const std::function<void(std::size_t)>& expect,
+               const std::function<void(PropertyDictionary&&)>& take) {
   if (bytes.size() > std::numeric_limits<std::uint32_t>::max()) {
     detail::refuseInput(PlistError::Kind::tooLarge,
                         std::to_string(bytes.size()) + " bytes of input; at most 4 GiB are read");
   }
-  return bytes.starts_with("bplist") ? detail::readBinary(bytes, take) : detail::readXml(bytes, take);
+  return bytes.starts_with("bplist") ? detail::readBinary(bytes, take, expect) : detail::readXml(bytes, take);
 }
 
 PropertyListDocument parse(std::string_view bytes) {

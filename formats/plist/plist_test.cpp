@@ -117,6 +117,23 @@ TEST_P(PlistRoundTrip, OneDictionaryAtATimeGivesTheSameBytesAndOrder) {
                std::out_of_range);
 }
 
+TEST_P(PlistRoundTrip, OnlyTheBinaryFormTellsTheRootArraysCountBeforeItsElements) {
+  const PropertyListDocument three{{everyKind(), PropertyDictionary{}, everyKind()}, true};
+  const bool binary = GetParam() == Format::binary;
+  std::vector<std::size_t> told;  // counts, and the number of dictionaries taken when told
+  std::size_t taken = 0;
+  const auto expect = [&](std::size_t count) { told.insert(told.end(), {count, taken}); };
+  const auto take = [&](PropertyDictionary&&) { ++taken; };
+  EXPECT_TRUE(plist::parseEach(plist::serialize(three, GetParam()), expect, take));
+  EXPECT_EQ(told, (binary ? std::vector<std::size_t>{3, 0} : std::vector<std::size_t>{}));
+  EXPECT_EQ(taken, 3u);
+  // A single dictionary, and an empty array, tell nothing.
+  told.clear();
+  EXPECT_FALSE(plist::parseEach(plist::serialize(everyKind(), GetParam()), expect, take));
+  EXPECT_TRUE(plist::parseEach(plist::serialize(PropertyListDocument{{}, true}, GetParam()), expect, take));
+  EXPECT_TRUE(told.empty());
+}
+
 TEST_P(PlistRoundTrip, ManyObjectsAndLongCountsComeBack) {
   // 70,000 distinct integers need references of four bytes; texts and lists of 15 and
   // more need their count after the marker; astral characters travel as UTF-16 pairs.

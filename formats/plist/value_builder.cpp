@@ -23,7 +23,7 @@ const char* ValueBuilder::describeShape(Shape shape) noexcept {
   return "a value";
 }
 
-void ValueBuilder::expect(Shape shape) {
+void ValueBuilder::noteShape(Shape shape) {
   if (!shapeFault_.empty()) return;
   if (depth_ == 0) {
     if (shape != Shape::array && shape != Shape::dictionary) {
@@ -42,7 +42,10 @@ bool ValueBuilder::finish() {
 }
 
 void ValueBuilder::open(Container container, std::size_t reserve) {
-  if (depth_ == 0) wasArray_ = container == Container::array;
+  if (depth_ == 0) {
+    wasArray_ = container == Container::array;
+    if (wasArray_ && reserve != 0 && expect_) expect_(reserve);
+  }
   if (depth_ == kMaxDepth) {
     refuseInput(Kind::tooDeep, "nested deeper than " + std::to_string(kMaxDepth) + " levels at " + path());
   }
@@ -82,18 +85,12 @@ void ValueBuilder::close() {
   }
 }
 
-void ValueBuilder::value(PropertyValue value) {
-  // A scalar at the root or in the root array is a fault of shape, already noted.
-  if (depth_ == 0) {
-    done_ = true;
-  } else if (inRootArray()) {
-    ++frames_[0].count;
-  } else {
-    place(std::move(value));
-  }
+void ValueBuilder::scalarOutside() noexcept {
+  if (depth_ == 0) done_ = true;
+  else ++frames_[0].count;
 }
 
-void ValueBuilder::place(PropertyValue value) {
+void ValueBuilder::place(PropertyValue&& value) {
   Frame& parent = frames_[depth_ - 1];
   ++parent.count;
   if (parent.container == Container::dictionary) {

@@ -65,6 +65,24 @@ TEST(PropertyDictionary, EntriesStaySortedByBytesWhateverTheOrderOfSetting) {
   EXPECT_EQ((PropertyDictionary{{"a", PropertyValue::integer(2)}, {"a", PropertyValue::integer(9)}}).readInt("a"), 2);
 }
 
+TEST(PropertyDictionary, FindsEveryKeyAndNoOtherInSmallAndLargeDictionaries) {
+  // Keys of one length differing in one byte, prefixes of each other, and the empty key,
+  // in a record-sized dictionary and one far larger.
+  for (const std::size_t extra : {0, 100}) {
+    PropertyDictionary d;
+    const std::vector<std::string> keys{"", "Port", "Pora", "Portx", "WADOPort", "WADOport", "\xC3\xA9"};
+    for (const auto& key : keys) d.setValue(key, PropertyValue::text(key));
+    for (std::size_t i = 0; i < extra; ++i) d.setValue("k" + std::to_string(i), PropertyValue::integer(1));
+    SCOPED_TRACE(d.size());
+    for (const auto& key : keys) {
+      ASSERT_NE(d.find(key), nullptr) << key;
+      EXPECT_EQ(*d.find(key)->textValue(), key);
+    }
+    for (const char* absent : {"Por", "port", "PortX", "WADOPORT", "\xC3", "k", "k100"})
+      EXPECT_EQ(d.find(absent), nullptr) << absent;
+  }
+}
+
 TEST(PropertyDictionary, OtherValuesAreKeptIntactAndCopiedDeeply) {
   PropertyDictionary inner{{"x", PropertyValue::integer(-1)}};
   PropertyOther::Array list{PropertyValue::text("a"), PropertyValue::other(PropertyOther(PropertyDate{12.5}))};

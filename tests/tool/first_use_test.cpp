@@ -70,6 +70,21 @@ TEST_F(ToolTest, AddTakesAnEmptyFileAsAnEmptyCatalogueAndGuardsNamesAndDuplicate
   }
 }
 
+TEST_F(ToolTest, CheckNamesTheFirstNodeOfEachPeerForEveryLaterOne) {
+  const std::string file = "'" + scratch("peers.plist") + "'";
+  spit(scratch("peers.plist"), "");
+  // A port of its own makes another peer; every repeat names the first node, not the last.
+  const std::pair<const char*, const char*> nodes[] = {
+      {"A", "104"}, {"B", "105"}, {"C", "104"}, {"D", "105"}, {"E", "104"}};
+  for (const auto& [name, port] : nodes)
+    ASSERT_EQ(run("add " + file + " --name " + name + " --aet PACS --address 10.0.0.5 --port " + port).status, 0);
+  const auto r = run("check " + file);
+  EXPECT_EQ(r.status, 1);
+  const std::string same = ": duplicate: Same AE title, address and port as node ";
+  const std::string tail = ": remove one of them, or correct the one that is wrong.\n";
+  EXPECT_EQ(r.out, "A: ok\nB: ok\nC" + same + "1" + tail + "D" + same + "2" + tail + "E" + same + "1" + tail);
+}
+
 TEST_F(ToolTest, WadoSettingsAreCheckedLikeTheDicomOnes) {
   const std::string file = "'" + scratch("nodes.plist") + "'";
   spit(scratch("nodes.plist"), slurp(std::string(TELVOR_SOURCE_DIR) + "/examples/nodes.plist"));

@@ -53,6 +53,8 @@ constexpr std::string_view kEllipsis = "\u2026";
 }  // namespace
 
 std::string escapeForTerminal(std::string_view text) {
+  // Printable ASCII, most names, is shown as it is: no need to decode it.
+  if (std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; })) return std::string(text);
   std::string out;
   out.reserve(text.size());
   forEachShown(text, [&](std::string_view unit, std::size_t) {

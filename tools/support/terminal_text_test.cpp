@@ -16,6 +16,9 @@ struct Escaped {
 TEST(TerminalText, EscapesWhatATerminalWouldActOnAndKeepsTheRest) {
   const Escaped cases[] = {
       {"plain", "Main archive", "Main archive"},
+      {"printable ascii edges", " !}~", " !}~"},
+      {"del among printables", "ab\x7f" "c", "ab\\x7fc"},
+      {"unit separator", "a\x1f", "a\\x1f"},
       {"osc title", "a\x1b]0;owned\x07z", "a\\x1b]0;owned\\x07z"},
       {"csi", "\x1b[2J", "\\x1b[2J"},
       {"nul", std::string("a\0b", 3), "a\\x00b"},

@@ -3,7 +3,9 @@
 // checks untrusted input and by the helpers that build and inspect single objects.
 #pragma once
 
+#include <bit>
 #include <cstddef>
+#include <cstring>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -16,6 +18,27 @@ inline constexpr std::size_t kBinaryTrailerSize = 32;
 // Big-endian unsigned integer of `width` (1 to 8) bytes at `at`; the caller has checked
 // that the bytes exist.
 inline std::uint64_t readBigEndian(std::string_view bytes, std::size_t at, std::size_t width) noexcept {
+  // References and offsets are read once per value: the usual widths load in one go.
+  const char* p = bytes.data() + at;
+  switch (width) {
+    case 1: return static_cast<unsigned char>(*p);
+    case 2: {
+      std::uint16_t v;
+      std::memcpy(&v, p, 2);
+      return std::endian::native == std::endian::big ? v : __builtin_bswap16(v);
+    }
+    case 4: {
+      std::uint32_t v;
+      std::memcpy(&v, p, 4);
+      return std::endian::native == std::endian::big ? v : __builtin_bswap32(v);
+    }
+    case 8: {
+      std::uint64_t v;
+      std::memcpy(&v, p, 8);
+      return std::endian::native == std::endian::big ? v : __builtin_bswap64(v);
+    }
+    default: break;
+  }
   std::uint64_t value = 0;
   for (std::size_t i = 0; i < width; ++i) value = (value << 8) | static_cast<unsigned char>(bytes[at + i]);
   return value;

@@ -27,6 +27,6 @@ namespace telvor::plist::detail {
 // - unexpectedShape, tooDeep: as parse() documents.
 // Each dictionary goes to `take` as soon as it is complete; gives whether the root is an
 // array.
-bool readBinary(std::string_view bytes, ValueBuilder::Take take);
+bool readBinary(std::string_view bytes, ValueBuilder::Take take, ValueBuilder::Expect expect = {});
 
 }  // namespace telvor::plist::detail

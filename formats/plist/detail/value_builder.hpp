@@ -24,7 +24,9 @@ class ValueBuilder {
   // Each dictionary of the document (the root one, or each element of the root array)
   // goes to `take` as soon as it is complete.
   using Take = std::function<void(PropertyDictionary&&)>;
-  explicit ValueBuilder(Take take) : take_(std::move(take)) {}
+  // Told how many elements a root array holds, when a reader knows before reading them.
+  using Expect = std::function<void(std::size_t)>;
+  explicit ValueBuilder(Take take, Expect expect = {}) : take_(std::move(take)), expect_(std::move(expect)) {}
 
   enum class Container : std::uint8_t { array, dictionary };
 
@@ -34,7 +36,10 @@ class ValueBuilder {
 
   // Notes what the next value is: a root that is not a container, or a root array's
   // element that is not a dictionary, makes take() refuse the document (unexpectedShape).
-  void expect(Shape shape);
+  void expect(Shape shape) {
+    // Only the root and the root array's elements have a shape to keep.
+    if (depth_ == 0 || inRootArray()) noteShape(shape);
+  }
 
   // Opens a container where the next value goes; throws tooDeep beyond kMaxDepth.
   // `reserve` is how many elements or entries it will hold, when known.
@@ -43,9 +48,12 @@ class ValueBuilder {
   void close();
 
   // The key of the next entry of the innermost container, a dictionary.
-  void key(std::string key) { frames_[depth_ - 1].key = std::move(key); }
+  void key(std::string&& key) { frames_[depth_ - 1].key = std::move(key); }
   // A scalar value where the next value goes.
-  void value(PropertyValue value);
+  void value(PropertyValue&& value) {
+    if (depth_ > 1 || (depth_ == 1 && !wasArray_)) place(std::move(value));
+    else scalarOutside();
+  }
 
   std::size_t depth() const noexcept { return depth_; }
   bool done() const noexcept { return done_; }
@@ -66,7 +74,10 @@ class ValueBuilder {
     std::size_t lastSize = 0;  // of the previous dictionary at this depth: a size to reserve
   };
 
-  void place(PropertyValue value);
+  void place(PropertyValue&& value);
+  void noteShape(Shape shape);
+  // A scalar at the root or in the root array: a fault of shape, already noted.
+  void scalarOutside() noexcept;
   // True when the innermost frame is the root array, whose dictionaries go straight into
   // the document.
   bool inRootArray() const noexcept { return depth_ == 1 && wasArray_; }
@@ -77,6 +88,7 @@ class ValueBuilder {
   bool done_ = false;
   bool wasArray_ = false;
   Take take_;
+  Expect expect_;
 };
 
 }  // namespace telvor::plist::detail

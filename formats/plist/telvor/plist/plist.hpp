@@ -102,6 +102,12 @@ TELVOR_PLIST_API PropertyListDocument parse(std::string_view bytes);
 // an array. When it throws, `take` may have had the dictionaries before the fault.
 TELVOR_PLIST_API bool parseEach(std::string_view bytes, const std::function<void(PropertyDictionary&&)>& take);
 
+// The same, and first tells `expect` how many dictionaries the root array holds when the
+// form gives the count before its elements (the binary form does, XML does not), so that
+// a caller can make room for the records at once. The count lies within the input's size.
+TELVOR_PLIST_API bool parseEach(std::string_view bytes, const std::function<void(std::size_t)>& expect,
+                                const std::function<void(PropertyDictionary&&)>& take);
+
 // Reads a property list whose root must be a single dictionary. Throws PlistError, as
 // parse() does, and also when the root is an array.
 TELVOR_PLIST_API PropertyDictionary parseDictionary(std::string_view bytes);
