@@ -116,7 +116,9 @@ bool matches(const PropertyValue& a, const PropertyValue& b, Format format) {
   if (oa->date() && ob->date()) {
     const double x = oa->date()->secondsSinceReferenceDate, y = ob->date()->secondsSinceReferenceDate;
     if (format == Format::binary) return sameBits(x, y);
-    return std::fabs(x - y) < 1.0;
+    // XML keeps whole seconds (floor); x - floor(x) is below 1, but rounds to 1.0 for a
+    // tiny negative x such as -1e-300.
+    return std::fabs(x - y) <= 1.0;
   }
   if (oa->array() && ob->array()) {
     const auto &x = *oa->array(), &y = *ob->array();
