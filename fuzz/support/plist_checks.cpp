@@ -117,7 +117,7 @@ bool matches(const PropertyValue& a, const PropertyValue& b, Format format) {
     const double x = oa->date()->secondsSinceReferenceDate, y = ob->date()->secondsSinceReferenceDate;
     if (format == Format::binary) return sameBits(x, y);
     // XML keeps whole seconds (floor); x - floor(x) is below 1, but rounds to 1.0 for a
-    // tiny negative x such as -1e-300.
+    // tiny negative x such as -1.8e-43.
     return std::fabs(x - y) <= 1.0;
   }
   if (oa->array() && ob->array()) {
