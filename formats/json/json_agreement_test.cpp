@@ -44,7 +44,7 @@ std::vector<std::string> hostileTexts() {
   };
   // Every key of the node, at the top and in its nested records, with values of every kind.
   const char* values[] = {"null", "true", "false", "0", "-7", "-0", "1.5", "-0.0", "1e400", "1e-400", "8080e0",
-                          "9223372036854775807", "-9223372036854775808", "9223372036854775808",
+                          "9223372036854775807", "-9223372036854775808", "9223372036854775808", "0e318446744073709551616",
                           "18446744073709551615", "18446744073709551616", "123456789012345678901234567890",
                           "\"x\"", "\"\\u0000\"", "[]", "[1,[2]]", "{}", "{\"a\":{\"b\":null}}"};
   const std::pair<const char*, std::vector<const char*>> keys[] = {

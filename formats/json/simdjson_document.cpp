@@ -50,9 +50,7 @@ class SimdjsonBackend final : public DecoderBackend {
     strings_ = document.string_buf.get();
     cursors_ = {};
     clock_ = 0;
-    describedReal_ = false;
   }
-  bool describedReal() const noexcept { return describedReal_; }
   Position root() const noexcept { return tape_ + 1; }
 
   ValueKind kind(Position value) const noexcept override { return kKinds[static_cast<unsigned char>(typeOf(at(value)))]; }
@@ -66,7 +64,6 @@ class SimdjsonBackend final : public DecoderBackend {
       case 'l': return "the integer " + std::to_string(number<std::int64_t>(w));
       case 'u': return "the integer " + std::to_string(number<std::uint64_t>(w));
       case 'd':
-        describedReal_ = true;
         return "the real number " + boost::json::serialize(boost::json::value(number<double>(w)));
       case '"': return "a string";
       case '{': return "an object";
@@ -236,7 +233,6 @@ class SimdjsonBackend final : public DecoderBackend {
   const std::uint8_t* strings_ = nullptr;
   mutable std::array<Cursor, 4> cursors_{};
   mutable std::size_t clock_ = 0;
-  mutable bool describedReal_ = false;
 };
 
 }  // namespace
@@ -259,6 +255,40 @@ SimdjsonDocument::~SimdjsonDocument() {
 
 static_assert(SimdjsonDocument::kPadding >= simdjson::SIMDJSON_PADDING);
 
+namespace {
+
+// simdjson reads a zero mantissa with any exponent as zero ("0e99999999999"); Boost.JSON
+// refuses an exponent beyond its range as not JSON. Such a text is left to Boost.JSON:
+// wanted only when the tape holds a zero real, and then an exponent of ten or more digits
+// anywhere (inside a string too: a needless second reading is still a right one).
+bool holdsZeroReal(const simdjson::dom::document& document) noexcept {
+  const Word* tape = document.tape.get();
+  const std::size_t end = static_cast<std::size_t>(tape[0] & kPayload);
+  for (std::size_t i = 1; i < end; ++i) {
+    const char type = typeOf(tape + i);
+    if (type == 'd') {
+      double value;
+      std::memcpy(&value, tape + i + 1, sizeof value);
+      if (value == 0.0) return true;
+    }
+    if (type == 'd' || type == 'l' || type == 'u') ++i;  // the number's own word
+  }
+  return false;
+}
+
+bool hasLongExponent(std::string_view text) noexcept {
+  for (std::size_t at = text.find_first_of("eE"); at != std::string_view::npos; at = text.find_first_of("eE", at + 1)) {
+    std::size_t digits = at + 1;
+    if (digits < text.size() && (text[digits] == '+' || text[digits] == '-')) ++digits;
+    std::size_t end = digits;
+    while (end < text.size() && text[end] >= '0' && text[end] <= '9') ++end;
+    if (end - digits >= 10) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 bool SimdjsonDocument::parse(std::string_view text, bool padded) {
   auto& parser = state_->parser;
   if ((parser.capacity() < text.size() || parser.max_depth() != kMaxDepth) &&
@@ -266,6 +296,7 @@ bool SimdjsonDocument::parse(std::string_view text, bool padded) {
     return false;
   simdjson::dom::element root;
   if (parser.parse(text.data(), text.size(), !padded).get(root) != simdjson::SUCCESS) return false;
+  if (holdsZeroReal(parser.doc) && hasLongExponent(text)) return false;
   state_->backend.reset(parser.doc);
   return true;
 }
@@ -276,6 +307,5 @@ const DecoderBackend& SimdjsonDocument::backend() const noexcept { return state_
 
 DecoderBackend::Position SimdjsonDocument::root() const noexcept { return state_->backend.root(); }
 
-bool SimdjsonDocument::describedRealNumber() const noexcept { return state_->backend.describedReal(); }
 
 }  // namespace telvor::json

@@ -147,10 +147,12 @@ T decodeWithBoost(std::string_view text) {
 }
 
 // Reads a T from JSON text. simdjson reads it (SimdjsonDocument); a text that simdjson
-// refuses, or whose error names a real number, is read again by decodeWithBoost(), whose
-// error is raised: values and errors are those of the Boost.JSON reader either way, and a
-// text that is not JSON is refused with its position. `padded`: as for
-// SimdjsonDocument::parse, the text is read in place rather than copied.
+// refuses, or that fails to decode, is read again by decodeWithBoost(), whose error is
+// raised: values and errors are those of the Boost.JSON reader either way, and a text that
+// is not JSON is refused with its position. Failures are read twice because the readers
+// differ where an error is met: simdjson takes numbers Boost.JSON refuses (an exponent
+// beyond its range), and Boost.JSON writes a real number's digits otherwise. `padded`: as
+// for SimdjsonDocument::parse, the text is read in place rather than copied.
 template <Codable T>
 T decode(std::string_view text, bool padded = false) {
   {
@@ -158,7 +160,7 @@ T decode(std::string_view text, bool padded = false) {
     try {
       if (document.parse(text, padded)) return document.decode<T>();
     } catch (const DecodingError&) {
-      if (!document.describedRealNumber()) throw;
+      // read again below
     }
   }
   return decodeWithBoost<T>(text);

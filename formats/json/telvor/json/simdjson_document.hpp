@@ -59,10 +59,6 @@ class TELVOR_JSON_API SimdjsonDocument {
   // after reading a large document).
   static void releaseKeptBuffers() noexcept;
 
-  // True once an error's description named a real number of this document, whose digits
-  // the Boost.JSON reader may write otherwise (it rounds less exactly).
-  bool describedRealNumber() const noexcept;
-
   // Reads a T from the parsed document (DecodingError as the coding interface says).
   template <Codable T>
   T decode(CodingPathLink at = {}) const {
