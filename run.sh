@@ -113,7 +113,7 @@ cmd_tsan() {
     -DTELVOR_BUILD_QT=OFF
   build "$dir"
   # The echo deadline tests run a watchdog thread beside the association.
-  TSAN_OPTIONS=halt_on_error=1 suite "$dir" -R "${TSAN_TESTS:-Concurrency|Palette|TimesOut|CutOffAtTheDeadline}"
+  TSAN_OPTIONS="halt_on_error=1 suppressions=$ROOT/tests/tsan_dcmtk.supp" suite "$dir" -R "${TSAN_TESTS:-Concurrency|Palette|TimesOut|CutOffAtTheDeadline}"
 }
 
 # Installs into a scratch prefix, checks that the installed headers stand on their own
