@@ -78,9 +78,14 @@ int runChecked(const CommandRun& run) {
   return status;
 }
 
+char** arguments = nullptr;
+
 }  // namespace
 
+char** commandLine() noexcept { return arguments; }
+
 int runCommandLine(int argc, char** argv) {
+  arguments = argv;
   CLI::App app("telvor-nodes: manage, check and probe DICOM node catalogues.", "telvor-nodes");
   app.require_subcommand(0, 1);
   bool version = false;

@@ -7,4 +7,8 @@ namespace telvor::tool {
 // Parses the arguments, runs the command, and returns the process exit status.
 int runCommandLine(int argc, char** argv);
 
+// The arguments runCommandLine was given (null-terminated, as main received them), for a
+// command that hands the whole line to another program.
+char** commandLine() noexcept;
+
 }  // namespace telvor::tool
