@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -34,8 +34,10 @@ constexpr unsigned kOrderedSet = 0xB;
 constexpr unsigned kSet = 0xC;
 constexpr unsigned kDictionary = 0xD;
 
-// How many decoded keys the reader keeps: a catalogue's records have a few dozen.
+// How many decoded keys the reader keeps (a power of two): a catalogue's records have a
+// few dozen.
 constexpr std::size_t kKeysKept = 1024;
+static_assert(std::has_single_bit(kKeysKept));
 
 constexpr std::uint64_t kExpandedBytesFloor = std::uint64_t{64} << 20;
 constexpr std::uint64_t kExpandedBytesFactor = 16;
@@ -69,6 +71,7 @@ class BinaryReader {
     end_ = trailer_.offsetTableStart;
     // The object count is bounded by the offset table, which lies inside the input.
     onStack_.assign(trailer_.objectCount, false);
+    keys_.resize(std::bit_ceil(std::min<std::uint64_t>(trailer_.objectCount, kKeysKept)));
     walk();
     return builder_.finish();
   }
@@ -87,9 +90,9 @@ class BinaryReader {
       }
       const std::uint64_t i = frame.next++;
       if (frame.dictionary) {
-        std::string key = keyText(referenceAt(frame, i));
+        const std::string& key = keyText(referenceAt(frame, i));
         count(key.size());
-        builder_.key(std::move(key));
+        builder_.key(std::string_view(key));
         visit(referenceAt(frame, frame.count + i), stack);  // `frame` may be stale now
       } else {
         visit(referenceAt(frame, i), stack);
@@ -115,9 +118,6 @@ class BinaryReader {
   // Reads object `object` where the next value goes: a scalar at once, a container by
   // pushing its frame.
   void visit(std::uint64_t object, std::vector<Frame>& stack) {
-    if (onStack_[object]) {
-      refuseInput(Kind::malformed, "a cycle of references through binary object " + std::to_string(object));
-    }
     const std::size_t at = offsetOf(object);
     const auto marker = static_cast<unsigned char>(bytes_[at]);
     const unsigned type = marker >> 4;
@@ -127,6 +127,8 @@ class BinaryReader {
       case kOrderedSet:
       case kSet:
       case kDictionary: {
+        // Only containers are ever on the stack.
+        if (onStack_[object]) cycle(object);
         const bool dictionary = type == kDictionary;
         builder_.expect(dictionary ? Shape::dictionary : Shape::array);
         const auto [p, n] = countAt(object, at);
@@ -212,17 +214,19 @@ class BinaryReader {
   }
 
   // Keys are shared by every dictionary that has them: each key object is decoded and
-  // checked once, then copied.
-  std::string keyText(std::uint64_t object) {
-    if (const auto known = keys_.find(object); known != keys_.end()) return known->second;
+  // checked once, then found again by its number. Two keys whose numbers share a slot
+  // take turns in it. The text stays valid until the next call.
+  const std::string& keyText(std::uint64_t object) {
+    CachedKey& slot = keys_[object & (keys_.size() - 1)];
+    if (slot.object == object) return slot.text;
     const std::size_t at = offsetOf(object);
     const unsigned type = static_cast<unsigned char>(bytes_[at]) >> 4;
     if (type != kAsciiString && type != kUtf16String) {
       refuseInput(Kind::malformed, "binary object " + std::to_string(object) + ", a dictionary key, is not a string");
     }
-    std::string key = textAt(object, at, true);
-    if (keys_.size() < kKeysKept) keys_.emplace(object, key);
-    return key;
+    slot.text = textAt(object, at, true);
+    slot.object = object;
+    return slot.text;
   }
 
   // The string object at `at` as UTF-8, checked as the writer would check it.
@@ -232,6 +236,8 @@ class BinaryReader {
     const std::size_t unit = utf16 ? 2 : 1;
     if (n > (end_ - p) / unit) truncated(object);
     const std::string_view raw = bytes_.substr(p, static_cast<std::size_t>(n) * unit);
+    // Nearly every string is ASCII without NUL: one pass decides, and the text is made once.
+    if (!utf16 && plainAscii(raw)) return std::string(raw);
     std::string text;
     bool valid = true;
     if (!utf16) {
@@ -262,6 +268,22 @@ class BinaryReader {
     return text;
   }
 
+  // True when every byte is ASCII and none is NUL; eight bytes at a time.
+  static bool plainAscii(std::string_view text) noexcept {
+    constexpr std::uint64_t kOnes = 0x0101010101010101u;
+    constexpr std::uint64_t kHighBits = 0x8080808080808080u;
+    std::size_t i = 0;
+    for (; i + 8 <= text.size(); i += 8) {
+      std::uint64_t word;
+      std::memcpy(&word, text.data() + i, 8);
+      // A byte of 0 sets its high bit in word - kOnes; only a byte of 0 borrows.
+      if (((word - kOnes) | word) & kHighBits) return false;
+    }
+    for (; i < text.size(); ++i)
+      if (static_cast<unsigned char>(text[i]) - 1u >= 0x7Fu) return false;
+    return true;
+  }
+
   static void appendUtf8(std::string& out, char32_t c) {
     if (c < 0x80) {
       out += static_cast<char>(c);
@@ -280,7 +302,11 @@ class BinaryReader {
     }
   }
 
-  [[noreturn]] void truncated(std::uint64_t object) const {
+  [[noreturn, gnu::noinline]] static void cycle(std::uint64_t object) {
+    refuseInput(Kind::malformed, "a cycle of references through binary object " + std::to_string(object));
+  }
+
+  [[noreturn, gnu::noinline]] void truncated(std::uint64_t object) const {
     refuseInput(Kind::malformed, "binary object " + std::to_string(object) + " is truncated");
   }
 
@@ -291,19 +317,27 @@ class BinaryReader {
 
   std::size_t offsetOf(std::uint64_t object) const {
     const auto at = objectOffset(bytes_, trailer_, object);
-    if (!at) refuseInput(Kind::malformed, "binary object " + std::to_string(object) + " lies outside the list");
+    if (!at) [[unlikely]]
+      outside(object);
     return *at;
+  }
+
+  [[noreturn, gnu::noinline]] static void outside(std::uint64_t object) {
+    refuseInput(Kind::malformed, "binary object " + std::to_string(object) + " lies outside the list");
   }
 
   std::uint64_t referenceAt(const Frame& frame, std::uint64_t i) const {
     const std::uint64_t object =
         readBigEndian(bytes_, frame.referencesAt + static_cast<std::size_t>(i) * trailer_.referenceSize,
                       trailer_.referenceSize);
-    if (object >= trailer_.objectCount) {
-      refuseInput(Kind::malformed, "binary object " + std::to_string(frame.object) + " refers to object " +
-                                       std::to_string(object) + " of " + std::to_string(trailer_.objectCount));
-    }
+    if (object >= trailer_.objectCount) [[unlikely]]
+      danglingReference(frame.object, object);
     return object;
+  }
+
+  [[noreturn, gnu::noinline]] void danglingReference(std::uint64_t from, std::uint64_t object) const {
+    refuseInput(Kind::malformed, "binary object " + std::to_string(from) + " refers to object " +
+                                     std::to_string(object) + " of " + std::to_string(trailer_.objectCount));
   }
 
   // Where the payload of the object at `at` starts, and its count: the marker's low
@@ -326,7 +360,11 @@ class BinaryReader {
   BinaryTrailer trailer_;
   std::size_t end_ = 0;  // where the object area ends: the offset table
   std::vector<bool> onStack_;
-  std::unordered_map<std::uint64_t, std::string> keys_;
+  struct CachedKey {
+    std::uint64_t object = std::numeric_limits<std::uint64_t>::max();  // none: no object has this number
+    std::string text;
+  };
+  std::vector<CachedKey> keys_;  // slot = object number modulo its size
   std::uint64_t values_ = 0;
   std::uint64_t expandedBytes_ = 0;
 };

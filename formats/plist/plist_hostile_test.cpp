@@ -224,6 +224,90 @@ TEST(PlistHostile, SharedScalarsAsWritersProduceThemAreRead) {
   EXPECT_EQ(document.dictionaries[2].readString("k"), "v");
 }
 
+// A root array of `dictionaries` dictionaries holding the same `keys` keys, each starting
+// at another one; key i (ASCII, longer than a small string, or UTF-16 by turns) is object
+// `firstKey + i * spacing` and holds the integer i. Every other object is unused.
+std::string sharedKeys(std::size_t dictionaries, std::size_t keys, std::size_t firstKey, std::size_t spacing) {
+  const auto count = [](unsigned type, std::size_t n) { return marker(type | 0xF) + marker(0x11) + bigEndian(n, 2); };
+  const std::size_t firstValue = firstKey + keys * spacing;
+  std::vector<std::string> objects(firstValue + keys, marker(0x08));
+  objects[0] = count(0xA0, dictionaries);
+  for (std::size_t d = 0; d < dictionaries; ++d) {
+    objects[0] += bigEndian(1 + d, 2);
+    std::string keyRefs, valueRefs;
+    for (std::size_t j = 0; j < keys; ++j) {
+      const std::size_t i = (d + j) % keys;
+      keyRefs += bigEndian(firstKey + i * spacing, 2);
+      valueRefs += bigEndian(firstValue + i, 2);
+    }
+    objects[1 + d] = count(0xD0, keys) + keyRefs + valueRefs;
+  }
+  for (std::size_t i = 0; i < keys; ++i) {
+    const std::string digits = std::to_string(i);
+    std::string& key = objects[firstKey + i * spacing];
+    if (i % 3 == 0) key = count(0x50, digits.size() + 1) + "k" + digits;
+    if (i % 3 == 1) key = count(0x50, digits.size() + 30) + "TLSAuthenticateWithCertificate" + digits;
+    if (i % 3 == 2) {
+      key = count(0x60, digits.size() + 1) + std::string("\0\xE9", 2);  // é
+      for (char c : digits) key += std::string(1, '\0') + c;
+    }
+    objects[firstValue + i] = marker(0x11) + bigEndian(i, 2);
+  }
+  return binaryList(objects, 2);
+}
+
+std::string keyText(std::size_t i) {
+  const std::string digits = std::to_string(i);
+  return (i % 3 == 0 ? "k" : i % 3 == 1 ? "TLSAuthenticateWithCertificate" : "\xC3\xA9") + digits;
+}
+
+// Each key object is decoded once and found again by its number, in a table of bounded
+// size: whatever took a key's place, every dictionary has the right keys.
+TEST(PlistBinaryKeys, SharedKeysReadTheSameInEveryDictionary) {
+  const struct {
+    const char* name;
+    std::size_t dictionaries, keys, firstKey, spacing;
+  } cases[] = {
+      {"few keys", 5, 6, 6, 1},
+      {"more keys than are kept", 3, 1500, 4, 1},
+      {"keys a table's size apart", 4, 6, 5, 1024},
+  };
+  for (const auto& c : cases) {
+    const auto document = plist::parse(sharedKeys(c.dictionaries, c.keys, c.firstKey, c.spacing));
+    ASSERT_EQ(document.dictionaries.size(), c.dictionaries) << c.name;
+    for (const auto& d : document.dictionaries) {
+      ASSERT_EQ(d.size(), c.keys) << c.name;
+      for (std::size_t i = 0; i < c.keys; ++i)
+        ASSERT_EQ(d.readInt(keyText(i)), static_cast<std::int64_t>(i)) << c.name << ", key " << i;
+    }
+  }
+}
+
+// An ASCII string is checked in eight-byte steps: a NUL or a non-ASCII byte anywhere is
+// seen, and valid UTF-8 is read as before.
+TEST(PlistBinaryText, EveryByteOfAnAsciiStringIsChecked) {
+  for (const std::size_t length : {2u, 7u, 8u, 9u, 16u, 17u}) {
+    const auto read = [length](const std::string& text) {
+      return plist::parseDictionary(binaryDictWith(marker(0x5F) + marker(0x10) + marker(length) + text));
+    };
+    const auto refusal = [&read](const std::string& text) {
+      return std::string(capture<PlistError>([&] { read(text); }).what());
+    };
+    for (std::size_t at = 0; at < length; ++at) {
+      std::string text(length, 'x');
+      text[at] = '\xFF';
+      EXPECT_NE(refusal(text).find("is not valid UTF-8"), std::string::npos) << length << " bytes, at " << at;
+      text[at] = '\0';
+      EXPECT_NE(refusal(text).find("contains a NUL character"), std::string::npos) << length << " bytes, at " << at;
+      if (at + 1 == length) continue;
+      text[at] = '\xC3';
+      text[at + 1] = '\xA9';
+      const auto d = read(text);
+      EXPECT_EQ(d.readString("k"), text) << length << " bytes, at " << at;
+    }
+  }
+}
+
 TEST(PlistHostile, MoreThanFourGibibytesAreRefusedUnread) {
   static const char byte = '<';
   // Nothing past the first byte is touched: the length alone is refused.

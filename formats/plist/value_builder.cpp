@@ -70,7 +70,8 @@ void ValueBuilder::close() {
   if (depth_ == 0 || inRootArray()) {
     // An array or a scalar in the root array is a fault of shape, already noted.
     if (frame.container == Container::dictionary && shapeFault_.empty()) take_(std::move(frame.dictionary));
-    frame.dictionary = {};
+    // A taker that only read the dictionary leaves its room to the next one.
+    frame.dictionary.clear();
     frame.elements.clear();
     if (depth_ == 0) done_ = true;
     else ++frames_[0].count;
@@ -94,7 +95,7 @@ void ValueBuilder::place(PropertyValue&& value) {
   Frame& parent = frames_[depth_ - 1];
   ++parent.count;
   if (parent.container == Container::dictionary) {
-    parent.dictionary.setValue(std::move(parent.key), std::move(value));
+    parent.dictionary.insertOrAssign(std::move(parent.key), std::move(value));
     parent.key.clear();
   } else {
     parent.elements.push_back(std::move(value));

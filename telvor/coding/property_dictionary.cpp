@@ -59,13 +59,17 @@ bool operator==(const PropertyOther& a, const PropertyOther& b) {
 
 // --- PropertyValue ---------------------------------------------------------------------
 
-PropertyValue PropertyValue::text(std::string value) { return PropertyValue(Content(std::move(value))); }
-PropertyValue PropertyValue::integer(std::int64_t value) noexcept { return PropertyValue(Content(Integer{value})); }
-PropertyValue PropertyValue::boolean(bool value) noexcept { return PropertyValue(Content(value)); }
-PropertyValue PropertyValue::numberObject(std::int64_t value) noexcept {
-  return PropertyValue(Content(NumberObject{value}));
+PropertyValue PropertyValue::text(std::string value) { return PropertyValue(std::in_place_index<0>, std::move(value)); }
+PropertyValue PropertyValue::integer(std::int64_t value) noexcept {
+  return PropertyValue(std::in_place_index<1>, Integer{value});
 }
-PropertyValue PropertyValue::other(PropertyOther value) { return PropertyValue(Content(std::move(value))); }
+PropertyValue PropertyValue::boolean(bool value) noexcept { return PropertyValue(std::in_place_index<2>, value); }
+PropertyValue PropertyValue::numberObject(std::int64_t value) noexcept {
+  return PropertyValue(std::in_place_index<3>, NumberObject{value});
+}
+PropertyValue PropertyValue::other(PropertyOther value) {
+  return PropertyValue(std::in_place_index<4>, std::move(value));
+}
 
 PropertyValue::Kind PropertyValue::kind() const noexcept { return static_cast<Kind>(content_.index()); }
 
@@ -140,7 +144,20 @@ std::optional<bool> PropertyDictionary::readBool(std::string_view key) const noe
 }
 
 void PropertyDictionary::setValue(std::string key, PropertyValue value) {
-  if (entries_.empty() || entries_.back().first < key) {
+  insertOrAssign(std::move(key), std::move(value));
+}
+
+namespace {
+// Byte order, deciding most pairs of keys by their first bytes without a call.
+bool keyBelow(std::string_view a, std::string_view b) noexcept {
+  if (!a.empty() && !b.empty() && a.front() != b.front())
+    return static_cast<unsigned char>(a.front()) < static_cast<unsigned char>(b.front());
+  return a < b;
+}
+}  // namespace
+
+void PropertyDictionary::insertOrAssign(std::string&& key, PropertyValue&& value) {
+  if (entries_.empty() || keyBelow(entries_.back().first, key)) {
     entries_.emplace_back(std::move(key), std::move(value));
     return;
   }

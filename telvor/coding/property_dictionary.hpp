@@ -128,7 +128,9 @@ class TELVOR_API PropertyValue {
     friend bool operator==(const NumberObject&, const NumberObject&) = default;
   };
   using Content = std::variant<std::string, Integer, bool, NumberObject, PropertyOther>;
-  explicit PropertyValue(Content content) noexcept : content_(std::move(content)) {}
+  // Builds the content where it stays: a reader makes hundreds of thousands of values.
+  template <std::size_t I, class T>
+  PropertyValue(std::in_place_index_t<I> kind, T&& content) : content_(kind, std::forward<T>(content)) {}
   Content content_;
 };
 
@@ -154,9 +156,15 @@ class TELVOR_API PropertyDictionary {
   // Inserts the entry, or replaces the value of the entry under the same key. Entries set
   // in key order are appended without a search.
   void setValue(std::string key, PropertyValue value);
+  // As setValue, taking the key and the value over (they are left valid but unspecified):
+  // a reader filling dictionaries in key order moves each only once.
+  void insertOrAssign(std::string&& key, PropertyValue&& value);
 
   // Makes room for `count` entries in all, so that setting that many allocates no more.
   void reserve(std::size_t count) { entries_.reserve(count); }
+  // Removes every entry and keeps the room they took, for a reader that fills one
+  // dictionary after another.
+  void clear() noexcept { entries_.clear(); }
 
   // Removes the entry under the key; false when there was none.
   bool removeValue(std::string_view key) noexcept;

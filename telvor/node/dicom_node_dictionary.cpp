@@ -1,9 +1,13 @@
 // The node's dictionary form: the settings store's long-standing flat keys.
+#include <algorithm>
+#include <array>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "telvor/node/detail/dictionary_reads.hpp"
+#include "telvor/node/detail/key_set.hpp"
 #include "telvor/node/detail/tls_keys.hpp"
 #include "telvor/node/dicom_node.hpp"
 
@@ -31,6 +35,23 @@ constexpr std::string_view isQueryable = "isQueryable";
 constexpr std::string_view icon = "icon";
 }  // namespace key
 
+// The keys a node reads, found together.
+enum class Read : std::size_t {
+  aetitle, address, name, port, tls,  // the four TLS keys from here
+  wadoPassword = tls + detail::kTlsKeys.size(), wadoPort, wadoTransferSyntax, wadoUrl, wadoUsername, wadoHttps,
+  icon, isDicomNode, isQueryable, retrieveMode, transferSyntax, count
+};
+constexpr detail::KeySet<static_cast<std::size_t>(Read::count)> kReadKeys([] {
+  std::array<std::string_view, static_cast<std::size_t>(Read::count)> keys{key::aetitle, key::address, key::name,
+                                                                          key::port};
+  std::copy(detail::kTlsKeys.begin(), detail::kTlsKeys.end(), keys.begin() + static_cast<std::size_t>(Read::tls));
+  const std::array rest{key::wadoPassword, key::wadoPort,    key::wadoTransferSyntax, key::wadoUrl,
+                        key::wadoUsername, key::wadoHttps,   key::icon,               key::isDicomNode,
+                        key::isQueryable,  key::retrieveMode, key::transferSyntax};
+  std::copy(rest.begin(), rest.end(), keys.begin() + static_cast<std::size_t>(Read::wadoPassword));
+  return keys;
+}());
+
 // The keys every node's dictionary form holds: sixteen of its own and four of TLS.
 constexpr std::size_t kAlwaysWritten = 20;
 
@@ -44,26 +65,29 @@ PropertyValue text(std::string value) { return PropertyValue::text(std::move(val
 DicomNode::DicomNode(const PropertyDictionary& d) : DicomNode() {
   using detail::readCode;
   using detail::readText;
-  address = readText(d, key::address);
-  name = readText(d, key::name);
-  port = readText(d, key::port);
-  aetitle = readText(d, key::aetitle);
-  transferSyntax = readCode<TransferSyntax>(d, key::transferSyntax).value_or(TransferSyntax::EXS_LittleEndianExplicit);
-  retrieveMode = readCode<RetrieveModeType>(d, key::retrieveMode).value_or(RetrieveModeType::cget);
-  isDicomNode = d.contains(key::isDicomNode);
-  isQueryable = d.readString(key::isQueryable) != std::optional<std::string_view>("0");
-  icon = readText(d, key::icon);
+  const auto found = kReadKeys.find(d);
+  const auto at = [&found](Read read) { return found[static_cast<std::size_t>(read)]; };
+  address = readText(at(Read::address));
+  name = readText(at(Read::name));
+  port = readText(at(Read::port));
+  aetitle = readText(at(Read::aetitle));
+  transferSyntax =
+      readCode<TransferSyntax>(at(Read::transferSyntax)).value_or(TransferSyntax::EXS_LittleEndianExplicit);
+  retrieveMode = readCode<RetrieveModeType>(at(Read::retrieveMode)).value_or(RetrieveModeType::cget);
+  isDicomNode = at(Read::isDicomNode) != nullptr;
+  isQueryable = detail::readString(at(Read::isQueryable)) != std::optional<std::string_view>("0");
+  icon = readText(at(Read::icon));
   TlsSettings tls;
-  detail::readTlsKeys(d, tls);
+  detail::readTlsValues(std::span(found).subspan<static_cast<std::size_t>(Read::tls), detail::kTlsKeys.size()>(), tls);
   tlsSettings = tls;
   if (retrieveMode == RetrieveModeType::wado) {
-    wadoSettings.port = d.readInt(key::wadoPort);
-    wadoSettings.retrieveSyntax = readCode<SupportedWadoTransferSyntaxType>(d, key::wadoTransferSyntax)
+    wadoSettings.port = detail::readInt(at(Read::wadoPort));
+    wadoSettings.retrieveSyntax = readCode<SupportedWadoTransferSyntaxType>(at(Read::wadoTransferSyntax))
                                       .value_or(SupportedWadoTransferSyntaxType::explicitLittleEndian);
-    wadoSettings.url = readText(d, key::wadoUrl);
-    wadoSettings.password = readText(d, key::wadoPassword);
-    wadoSettings.username = readText(d, key::wadoUsername);
-    wadoSettings.https = d.readInt(key::wadoHttps) == 1;
+    wadoSettings.url = readText(at(Read::wadoUrl));
+    wadoSettings.password = readText(at(Read::wadoPassword));
+    wadoSettings.username = readText(at(Read::wadoUsername));
+    wadoSettings.https = detail::readInt(at(Read::wadoHttps)) == 1;
   }
 }
 

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "telvor/coding/property_dictionary.hpp"
@@ -49,6 +50,7 @@ class ValueBuilder {
 
   // The key of the next entry of the innermost container, a dictionary.
   void key(std::string&& key) { frames_[depth_ - 1].key = std::move(key); }
+  void key(std::string_view key) { frames_[depth_ - 1].key.assign(key); }
   // A scalar value where the next value goes.
   void value(PropertyValue&& value) {
     if (depth_ > 1 || (depth_ == 1 && !wasArray_)) place(std::move(value));

@@ -1,6 +1,8 @@
-// Internal: the typed reads the records' dictionary constructors share.
+// Internal: the typed reads the records' dictionary constructors share, of a value found
+// under a key (null when there is none) or of the key itself.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,18 +12,43 @@
 
 namespace telvor::detail {
 
-// The text under the key as an owned string, or absent.
-inline std::optional<std::string> readText(const PropertyDictionary& dictionary, std::string_view key) {
-  const auto text = dictionary.readString(key);
+// The reads accept what PropertyDictionary's reads of the same names accept.
+inline std::optional<std::string_view> readString(const PropertyValue* value) noexcept {
+  const std::string* text = value ? value->textValue() : nullptr;
+  return text ? std::optional<std::string_view>(*text) : std::nullopt;
+}
+
+inline std::optional<std::int64_t> readInt(const PropertyValue* value) noexcept {
+  if (value == nullptr) return std::nullopt;
+  if (const auto integer = value->integerValue()) return integer;
+  return value->numberObjectValue();
+}
+
+inline std::optional<bool> readBool(const PropertyValue* value) noexcept {
+  return value ? value->booleanValue() : std::nullopt;
+}
+
+// The text as an owned string, or absent.
+inline std::optional<std::string> readText(const PropertyValue* value) {
+  const auto text = readString(value);
   return text ? std::optional<std::string>(*text) : std::nullopt;
 }
 
-// The case whose code is the integer under the key; absent when the key is missing, not
-// an integer, or holds a code that no case has.
+inline std::optional<std::string> readText(const PropertyDictionary& dictionary, std::string_view key) {
+  return readText(dictionary.find(key));
+}
+
+// The case whose code is the integer; absent when there is none, it is not an integer,
+// or no case has it.
+template <CodedEnum E>
+std::optional<E> readCode(const PropertyValue* value) noexcept {
+  const auto code = readInt(value);
+  return code ? fromRawValue<E>(*code) : std::nullopt;
+}
+
 template <CodedEnum E>
 std::optional<E> readCode(const PropertyDictionary& dictionary, std::string_view key) noexcept {
-  const auto code = dictionary.readInt(key);
-  return code ? fromRawValue<E>(*code) : std::nullopt;
+  return readCode<E>(dictionary.find(key));
 }
 
 }  // namespace telvor::detail
