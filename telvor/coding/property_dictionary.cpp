@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "telvor/coding/detail/value_reads.hpp"
+
 namespace telvor {
 
 // --- PropertyOther ---------------------------------------------------------------------
@@ -125,22 +127,15 @@ const PropertyValue* PropertyDictionary::find(std::string_view key) const noexce
 bool PropertyDictionary::contains(std::string_view key) const noexcept { return find(key) != nullptr; }
 
 std::optional<std::string_view> PropertyDictionary::readString(std::string_view key) const& noexcept {
-  const PropertyValue* v = find(key);
-  const std::string* text = v ? v->textValue() : nullptr;
-  if (text == nullptr) return std::nullopt;
-  return std::string_view(*text);
+  return detail::readString(find(key));
 }
 
 std::optional<std::int64_t> PropertyDictionary::readInt(std::string_view key) const noexcept {
-  const PropertyValue* v = find(key);
-  if (v == nullptr) return std::nullopt;
-  if (auto i = v->integerValue()) return i;
-  return v->numberObjectValue();
+  return detail::readInt(find(key));
 }
 
 std::optional<bool> PropertyDictionary::readBool(std::string_view key) const noexcept {
-  const PropertyValue* v = find(key);
-  return v ? v->booleanValue() : std::nullopt;
+  return detail::readBool(find(key));
 }
 
 void PropertyDictionary::setValue(std::string key, PropertyValue value) {

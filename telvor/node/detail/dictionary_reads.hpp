@@ -8,25 +8,10 @@
 #include <string_view>
 
 #include "telvor/coding/coded_enum.hpp"
+#include "telvor/coding/detail/value_reads.hpp"
 #include "telvor/coding/property_dictionary.hpp"
 
 namespace telvor::detail {
-
-// The reads accept what PropertyDictionary's reads of the same names accept.
-inline std::optional<std::string_view> readString(const PropertyValue* value) noexcept {
-  const std::string* text = value ? value->textValue() : nullptr;
-  return text ? std::optional<std::string_view>(*text) : std::nullopt;
-}
-
-inline std::optional<std::int64_t> readInt(const PropertyValue* value) noexcept {
-  if (value == nullptr) return std::nullopt;
-  if (const auto integer = value->integerValue()) return integer;
-  return value->numberObjectValue();
-}
-
-inline std::optional<bool> readBool(const PropertyValue* value) noexcept {
-  return value ? value->booleanValue() : std::nullopt;
-}
 
 // The text as an owned string, or absent.
 inline std::optional<std::string> readText(const PropertyValue* value) {
